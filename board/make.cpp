@@ -1,0 +1,152 @@
+// Make and unmake. Key, en-passant square and reversible-move counter come back from the
+// record; board, counts, king squares and castling state by the inverse updates.
+#include "board/board.h"
+
+namespace tarsimo {
+
+namespace {
+
+void put(int sq, int piece) { board[at(sq)] = piece; }
+
+// The rook's corner and its square beside the castled king, from the king's destination.
+struct RookJump {
+    int from;
+    int to;
+};
+
+RookJump rook_jump(int castle, int king_to) {
+    return castle == 1 ? RookJump{king_to + 1, king_to - 1} : RookJump{king_to - 2, king_to + 1};
+}
+
+template <int Us> void remove_captured(const Move& move) {
+    constexpr int Them = -Us;
+    if (move.ep_capture > 0) {
+        material<Them>() -= piece_value[PAWN];
+        --pawn_count<Them>();
+        hash_key ^= piece_key(Them * PAWN, move.ep_capture);
+        put(move.ep_capture, EMPTY);
+    } else if (move.captured != 0) {
+        material<Them>() -= piece_value[at(move.captured)];
+        hash_key ^= piece_key(Them * move.captured, move.to);
+        if (move.captured == PAWN) --pawn_count<Them>();
+        else --piece_count<Them>();
+    }
+}
+
+template <int Us> void restore_captured(const HistoryEntry& record) {
+    constexpr int Them = -Us;
+    if (record.captured == 0) return;
+    put(record.ep_capture > 0 ? record.ep_capture : record.to, Them * record.captured);
+    material<Them>() += piece_value[at(record.captured)];
+    if (record.captured == PAWN) ++pawn_count<Them>();
+    else ++piece_count<Them>();
+}
+
+template <int Us> void make(const Move& move, int piece) {
+    if (piece == Us * PAWN && move.to - move.from == Us * 20) {
+        ep_square = move.from + Us * 10;
+        hash_key ^= ep_key(ep_square);
+    }
+    remove_captured<Us>(move);
+
+    put(move.to, piece);
+    put(move.from, EMPTY);
+    if (move.promotion != 0) {
+        ++piece_count<Us>();
+        --pawn_count<Us>();
+        put(move.to, Us * move.promotion);
+        material<Us>() += piece_value[at(move.promotion)] - piece_value[PAWN];
+    } else if (move.castle != 0) {
+        const RookJump rook = rook_jump(move.castle, move.to);
+        castled<Us>() = 1;
+        hash_key ^= piece_key(Us * ROOK, rook.from) ^ piece_key(Us * ROOK, rook.to);
+        put(rook.from, EMPTY);
+        put(rook.to, Us * ROOK);
+    }
+    hash_key ^= piece_key(piece_on(move.to), move.to);
+    if (piece_on(move.to) == Us * KING) king_square<Us>() = move.to;
+    side = -Us;
+}
+
+template <int Us> void unmake(const HistoryEntry& record) {
+    restore_captured<Us>(record);
+    --square_moves[at(record.from)];
+    --square_moves[at(record.to)];
+
+    if (record.castle != 0) {
+        const RookJump rook = rook_jump(record.castle, record.to);
+        castled<Us>() = 0;
+        put(rook.from, Us * ROOK);
+        put(rook.to, EMPTY);
+    }
+    if (record.promotion != 0) {
+        put(record.from, Us * PAWN);
+        ++pawn_count<Us>();
+        --piece_count<Us>();
+        material<Us>() += piece_value[PAWN] - piece_value[at(record.promotion)];
+    } else if (piece_on(record.from) == Us * KING) {
+        king_square<Us>() = record.from;
+    }
+}
+
+}  // namespace
+
+void make_move(int index) {
+    const Move& move = move_at(index);
+    const int piece = piece_on(move.from);
+
+    history_entry(game_ply) = {hash_key,      fifty,         move.from,      move.to,    move.ep_capture,
+                               ep_square,     move.captured, move.promotion, move.castle};
+    ++game_ply;
+    ++search_ply;
+    if (ep_square > 0) hash_key ^= ep_key(ep_square);
+    ep_square = 0;
+    ++square_moves[at(move.from)];
+    ++square_moves[at(move.to)];
+    hash_key ^= piece_key(piece, move.from);
+    fifty = piece == PAWN || piece == -PAWN || move.captured != 0 ? 0 : fifty + 1;
+
+    if (side == WHITE) make<WHITE>(move, piece);
+    else make<BLACK>(move, piece);
+    hash_key ^= side_key;
+}
+
+void make_root_move() {
+    make_move(0);
+    note_game_length();
+}
+
+void unmake_move() {
+    --search_ply;
+    --game_ply;
+    const HistoryEntry& record = history_entry(game_ply);
+    hash_key = record.key;
+    ep_square = record.ep_square;
+    fifty = record.fifty;
+    side = -side;
+    put(record.from, piece_on(record.to));
+    put(record.to, EMPTY);
+    if (side == WHITE) unmake<WHITE>(record);
+    else unmake<BLACK>(record);
+}
+
+void make_null_move() {
+    history_entry(game_ply) = {hash_key, fifty, 0, 0, 0, ep_square, 0, 0, 0};
+    if (ep_square != 0) hash_key ^= ep_key(ep_square);
+    ep_square = 0;
+    side = -side;
+    ++fifty;
+    ++game_ply;
+    hash_key ^= side_key;
+}
+
+void unmake_null_move() {
+    --game_ply;
+    const HistoryEntry& record = history_entry(game_ply);
+    hash_key = record.key;
+    ep_square = record.ep_square;
+    fifty = record.fifty;
+    side = -side;
+}
+
+}  // namespace tarsimo

@@ -1,0 +1,63 @@
+// Opening terms: centre pawns that block or are blocked, castling, and the pace of
+// development.
+#include "eval/eval.h"
+
+namespace tarsimo {
+
+namespace {
+
+constexpr int BLOCKED_CENTRE_PAWN = -20;
+constexpr int KNIGHT_BEFORE_C_PAWN = -20;
+constexpr int CASTLED = 20;
+constexpr int CENTRE_PAWN = 10;
+constexpr int PAWN_GIVEN_AWAY = -40;
+
+// Index: development steps still missing. Only the first six entries are reached.
+constexpr std::array<int, 8> development_penalty = {0, -5, -20, -35, -50, -65, -80, -100};
+constexpr int DEVELOPMENT_STEPS = 5;
+
+// A square named from white's side of the board, as the colour sees it.
+template <int Us> constexpr int own(int sq) {
+    return Us == WHITE ? sq : mirror_square[at(sq)];
+}
+
+template <int Us> bool stands(int type, int sq) { return piece_on(own<Us>(sq)) == Us * type; }
+
+template <int Us> int& development() {
+    if constexpr (Us == WHITE) return white_development;
+    else return black_development;
+}
+
+template <int Us> int development_steps() {
+    return (castled<Us>() ? 1 : 0) + (stands<Us>(KNIGHT, B1) ? 0 : 1) +
+           (stands<Us>(BISHOP, C1) ? 0 : 1) + (stands<Us>(BISHOP, F1) ? 0 : 1) +
+           (stands<Us>(KNIGHT, G1) ? 0 : 1);
+}
+
+}  // namespace
+
+template <int Us> int opening_terms() {
+    int score = 0;
+
+    if (stands<Us>(PAWN, D2) && piece_on(own<Us>(D3)) != EMPTY) score += BLOCKED_CENTRE_PAWN;
+    if (stands<Us>(PAWN, E2) && piece_on(own<Us>(E3)) != EMPTY) score += BLOCKED_CENTRE_PAWN;
+    if (stands<Us>(PAWN, D4) && stands<Us>(PAWN, C2) && stands<Us>(KNIGHT, C3)) {
+        score += KNIGHT_BEFORE_C_PAWN;
+    }
+    if (castled<Us>()) score += CASTLED;
+    if (stands<Us>(PAWN, D4) || stands<Us>(PAWN, E4)) score += CENTRE_PAWN;
+
+    // A pawn sacrificed for nothing that shows in the piece count.
+    if (pawn_count<Us>() < pawn_count<-Us>() && piece_count<Us>() == piece_count<-Us>()) {
+        score += PAWN_GIVEN_AWAY;
+    }
+
+    development<Us>() = development_steps<Us>();
+    score += development_penalty[at(DEVELOPMENT_STEPS - development<Us>())];
+    return score;
+}
+
+template int opening_terms<WHITE>();
+template int opening_terms<BLACK>();
+
+}  // namespace tarsimo

@@ -1,0 +1,100 @@
+// Move ordering memory: three killers a ply and the history table (Schaeffer, "The history
+// heuristic", 1983). The lists read both when a move is added; the searches write them here.
+#include "search/search.h"
+
+#include <algorithm>
+
+namespace tarsimo {
+
+int history_max = 0;
+int current_move_score = 0;
+
+namespace {
+
+constexpr int HISTORY_LIMIT = 1800000;  // history stays below the bands of the killers
+constexpr int HISTORY_AGEING_SHIFT = 2;
+
+}  // namespace
+
+int pick_move() {
+    const int end = list_start(search_ply + 1);
+    int choice = -1;
+    int best = NO_SCORE;
+    for (int i = list_start(search_ply); i < end; ++i) {
+        if (move_at(i).score > best) {
+            best = move_at(i).score;
+            choice = i;
+        }
+    }
+    if (choice >= 0) {
+        current_move_score = best;
+        move_at(choice).score = NO_SCORE;
+    }
+    return choice;
+}
+
+void credit_history(const Move& move, int credit) {
+    int& value = history_of(move.from, move.to);
+    value += credit;
+    history_max = std::max(history_max, value);
+}
+
+void age_history() {
+    if (history_max <= HISTORY_LIMIT) return;
+    history_max >>= HISTORY_AGEING_SHIFT;
+    for (const int colour : {BLACK, WHITE}) {
+        auto& table = history[at(colour + 1)];
+        for (int from = A1; from <= H8; ++from) {
+            for (int to = A1; to <= H8; ++to) table[at(from)][at(to)] >>= HISTORY_AGEING_SHIFT;
+        }
+    }
+}
+
+void update_killers(const Move& move, int score) {
+    MoveRef& mate_killer = killer1[at(search_ply)];
+    MoveRef& first = killer2[at(search_ply)];
+    MoveRef& second = killer3[at(search_ply)];
+    if (score > MATE_THRESHOLD) {
+        mate_killer.from = move.from;
+        mate_killer.to = move.to;
+    } else if (move.captured == 0 && move.promotion <= ROOK && !first.same_move(move)) {
+        second = first;
+        first.from = move.from;  // the third value keeps what it held; deliberate
+        first.to = move.to;
+    }
+}
+
+void clear_ordering() {
+    killer1.fill({});
+    killer2.fill({});
+    killer3.fill({});
+    for (auto& colour : history) {
+        for (auto& row : colour) row.fill(0);
+    }
+    history_max = 0;
+    for (auto& row : pv_table) row.fill({});
+    eval_stack.fill(0);
+}
+
+bool is_exempt_pawn_move(int type, int colour, int to) {
+    if (type != PAWN) return false;
+    const int rank = square_rank[at(to)];
+    if (rank == (colour == WHITE ? 7 : 2)) return true;
+    if (rank != (colour == WHITE ? 6 : 3)) return false;
+    const int enemy_pawn = -colour * PAWN;
+    return piece_on(to + colour * 9) != enemy_pawn && piece_on(to + colour * 10) != enemy_pawn &&
+           piece_on(to + colour * 11) != enemy_pawn;
+}
+
+void reset_search() {
+    clear_hash_tables();
+    clear_ordering();
+    hash_move = {};
+    for (Move& move : move_stack) move.score = 0;
+    clear_statistics();
+    search_aborted = false;
+    current_move_score = 0;
+    search_ply = 0;
+}
+
+}  // namespace tarsimo

@@ -1,0 +1,75 @@
+// Quiescence search: stand pat, then captures and queen promotions. It has no table and no
+// check handling.
+#include "search/search.h"
+
+#include "eval/eval.h"
+
+#include <algorithm>
+
+namespace tarsimo {
+
+namespace {
+
+constexpr int DELTA_MARGIN = 100;  // a capture must be able to lift the best to alpha
+
+// True if a pawn of the side not to move guards the square.
+bool guarded_by_pawn(int sq) {
+    const int enemy_pawn = -side * PAWN;
+    return piece_on(sq + side * 9) == enemy_pawn || piece_on(sq + side * 11) == enemy_pawn;
+}
+
+// A more valuable man takes a lesser one that is guarded by a pawn or wins the exchange.
+bool is_losing_capture(const Move& move) {
+    if (order_value[at(type_on(move.from))] <= order_value[at(move.captured)]) return false;
+    return guarded_by_pawn(move.to) || see(move.from, move.to) < 0;
+}
+
+}  // namespace
+
+int quiesce(int alpha, int beta, int qply) {
+    note_node('Q', alpha, beta, qply, false, false);
+    ++nodes;
+    if (qply >= 0 && is_repetition()) return 0;
+    if (!may_generate()) return evaluate(alpha, beta);
+    if (nodes % STOP_TEST_INTERVAL == 0 && input_pending()) {
+        search_aborted = true;
+        return 0;
+    }
+
+    // Stand pat.
+    int best = evaluate(alpha, beta);
+    if (best >= beta) return best;
+    alpha = std::max(alpha, best);
+
+    clear_pv_line();
+    generate_captures();
+    const bool delta_pruning =
+        white_pieces > 0 && black_pieces > 0 && white_pawns > 0 && black_pawns > 0;
+
+    for (int index = pick_move(); index >= 0; index = pick_move()) {
+        const Move& move = move_at(index);
+        if (move.promotion == 0) {
+            if (delta_pruning && best + DELTA_MARGIN + piece_value[at(move.captured)] <= alpha) continue;
+            if (is_losing_capture(move)) continue;
+        }
+        make_move(index);
+        if (!king_left_safe()) {
+            unmake_move();
+            continue;
+        }
+        const int score = -quiesce(-beta, -alpha, qply - 1);
+        unmake_move();
+        if (search_aborted) return 0;
+
+        if (score <= best) continue;
+        if (score > alpha) {
+            if (score >= beta) return beta;  // hard, where stand pat is soft; deliberate
+            update_pv(index);
+            alpha = best;  // one improvement behind, even below the alpha passed in; deliberate
+        }
+        best = score;
+    }
+    return best;
+}
+
+}  // namespace tarsimo

@@ -1,0 +1,117 @@
+// The replies to a root move as one node of simple rules: no draw or mate-distance test, no
+// static evaluation, no pruning; check extensions, late-move reductions and
+// principal-variation re-searches only.
+#include "search/search.h"
+
+#include <algorithm>
+
+namespace tarsimo {
+
+namespace {
+
+constexpr int REDUCTION_MIN_DEPTH = 5;      // half-plies; deeper nodes reduce
+constexpr int FIRST_REDUCED_REPLY = 4;
+
+// Which replies are reduced: by the rule of the reply search, or by that of the root loop.
+enum class Reduction { REPLIES, ROOT };
+
+// The reply has been made, so `side` is the root side's colour.
+template <Reduction Rule> bool is_reduced(const Move& move, int type, int n, bool gives_check) {
+    if (n < FIRST_REDUCED_REPLY || move.promotion != 0) return false;
+    if constexpr (Rule == Reduction::REPLIES) {
+        // Captures are reduced here, unlike in search(); deliberate.
+        if (gives_check || move.castle != 0 || current_move_score >= history_max) return false;
+    } else {
+        if (move.captured != 0) return false;
+    }
+    return !is_exempt_pawn_move(type, -side, move.to);
+}
+
+template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
+    note_node('R', NO_SCORE, beta, depth, false, false);
+    best = NO_SCORE;
+    clear_pv_line();
+    const bool node_in_check = in_check();
+
+    // The table gives the first move and nothing else.
+    int unused_score = 0;
+    bool unused_null_ok = true;
+    tt_probe(depth, unused_score, beta, unused_null_ok);
+    generate_moves();
+
+    int alpha = NO_SCORE;
+    int best_from = 0;
+    int best_to = 0;
+    int bound = BOUND_UPPER;
+    int n = 0;
+    const bool may_reduce = depth > REDUCTION_MIN_DEPTH && !node_in_check;
+
+    for (int index = pick_move(); index >= 0; index = pick_move()) {
+        const Move& move = move_at(index);
+        const int type = type_on(move.from);
+        make_move(index);
+        if (!king_left_safe()) {
+            unmake_move();
+            continue;
+        }
+        ++nodes;
+        ++n;
+        const bool gives_check = in_check();
+        const int new_depth = gives_check ? depth : depth - ONE_PLY;
+
+        int score = alpha + 1;
+        if (n == 1) {
+            score = -search(-beta, -alpha, new_depth, true, gives_check);
+        } else {
+            if (may_reduce && is_reduced<Rule>(move, type, n, gives_check)) {
+                ++statistics.lmr;
+                score = -search(-alpha - 1, -alpha,
+                                new_depth - ONE_PLY * late_move_reduction(depth, n), true, gives_check);
+            }
+            if (score > alpha && !search_aborted) {
+                score = -search(-alpha - 1, -alpha, new_depth, true, gives_check);
+                if (score > alpha && score < beta && !search_aborted) {
+                    score = -search(-beta, -alpha, new_depth, true, gives_check);
+                }
+            }
+        }
+        unmake_move();
+        if (search_aborted) return beta;
+
+        if (score <= best) continue;
+        best = score;
+        best_from = move.from;
+        best_to = move.to;
+        if (score <= alpha) continue;
+        // Credit neither squared nor followed by ageing, unlike in search(); deliberate.
+        credit_history(move, depth / 2);
+        if (score >= beta) {
+            update_killers(move, score);
+            tt_store(BOUND_LOWER, depth, score, move.from, move.to);
+            return score;
+        }
+        update_pv(index);
+        bound = BOUND_EXACT;
+        alpha = score;
+    }
+
+    if (n == 0) {
+        best = node_in_check ? search_ply - MATED_SCORE : 0;
+        return best;
+    }
+    tt_store(bound, depth, best, best_from, best_to);
+    return best;
+}
+
+}  // namespace
+
+int search_replies(int beta, int depth) {
+    int best = NO_SCORE;
+    return reply_node<Reduction::REPLIES>(beta, depth, best);
+}
+
+int search_root_replies(int beta, int depth, int& best_reply) {
+    return reply_node<Reduction::ROOT>(beta, depth, best_reply);
+}
+
+}  // namespace tarsimo
