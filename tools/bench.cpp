@@ -27,15 +27,15 @@ struct BenchPosition {
 constexpr int DEEPEST = 60;
 
 // Depths of the built-in suite's positions, chosen for like times.
-constexpr std::array<int, SUITE_SIZE> suite_plies = {12, 11, 12, 18, 40, 18, 18, 19, 11, 22, 11, 14, 13};
+constexpr std::array<int, SUITE_SIZE> suite_plies = {12, 10, 12, 18, 40, 16, 17, 16, 11, 22, 10, 14, 13};
 
 // Every phase of the game, from the opening to pawn endings and bare mates.
 constexpr std::array<BenchPosition, 20> more_positions = {{
     {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", 12},
-    {"r1bqkb1r/pp3ppp/2np1n2/1N2p3/4P3/2N5/PPP2PPP/R1BQKB1R w KQkq -", 11},
+    {"r1bqkb1r/pp3ppp/2np1n2/1N2p3/4P3/2N5/PPP2PPP/R1BQKB1R w KQkq -", 10},
     {"rnbq1rk1/pp2ppbp/3p1np1/2p5/2PPP3/2N2N2/PP2BPPP/R1BQK2R w KQ -", 12},
     {"r1bq1rk1/2p1bppp/p1np1n2/1p2p3/4P3/1BP2N1P/PP1P1PP1/RNBQR1K1 b - -", 11},
-    {"r2q1rk1/pb1nbppp/1p2pn2/2pp4/3P1B2/2PBPN2/PP1N1PPP/R2Q1RK1 w - -", 10},
+    {"r2q1rk1/pb1nbppp/1p2pn2/2pp4/3P1B2/2PBPN2/PP1N1PPP/R2Q1RK1 w - -", 9},
     {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", 10},
     {"2rq1rk1/pp1bppbp/2np1np1/8/2BNP3/2N1BP2/PPPQ2PP/1K1R3R b - -", 13},
     {"r1b2rk1/ppq2ppp/2nbpn2/2pp4/8/1P1PPN2/PBPNBPPP/R2Q1RK1 w - -", 11},
@@ -45,10 +45,10 @@ constexpr std::array<BenchPosition, 20> more_positions = {{
     {"5rk1/1pp2ppp/p2p4/3Pr3/1PP5/P3R3/5PPP/4R1K1 w - -", 16},
     {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -", 15},
     {"8/5pk1/4p1p1/3pP2p/1r1P3P/1PR2PP1/5K2/8 w - -", 16},
-    {"8/3b1pk1/p3p1p1/1p1pP2p/3P1P1P/1PP1K1P1/P2N4/8 w - -", 15},
-    {"8/8/1p1k4/p1pPp3/P1P1P1p1/1P2K1P1/8/8 w - -", 19},
-    {"8/pp3k2/2p2p2/4pPp1/2P1P1P1/1P6/P4K2/8 w - -", 17},
-    {"8/8/4kpp1/3p1b2/p6P/2B5/6P1/6K1 b - -", 15},
+    {"8/3b1pk1/p3p1p1/1p1pP2p/3P1P1P/1PP1K1P1/P2N4/8 w - -", 14},
+    {"8/8/1p1k4/p1pPp3/P1P1P1p1/1P2K1P1/8/8 w - -", 16},
+    {"8/pp3k2/2p2p2/4pPp1/2P1P1P1/1P6/P4K2/8 w - -", 15},
+    {"8/8/4kpp1/3p1b2/p6P/2B5/6P1/6K1 b - -", 13},
     {"8/8/8/3k4/8/8/1K3Q2/4r3 w - -", 10},
     {"8/8/3k4/8/8/3K4/1B1N4/8 w - -", 9},
 }};
