@@ -73,6 +73,9 @@ bool key_pressed();
 /// receive it any more.
 void flush_output();
 
+/// False once whoever read the output has gone.
+bool output_has_reader();
+
 /// Upper-case a text in place, ASCII letters only.
 void to_upper(std::string& text);
 

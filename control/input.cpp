@@ -4,6 +4,7 @@
 #include "control/control.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/select.h>
 #include <termios.h>
 #include <unistd.h>
@@ -127,6 +128,11 @@ bool key_pressed() {
 
 void flush_output() {
     if (std::fflush(stdout) != 0 || std::ferror(stdout)) leave_program();
+}
+
+bool output_has_reader() {
+    pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+    return poll(&output, 1, 0) <= 0 || (output.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0;
 }
 
 void to_upper(std::string& text) {

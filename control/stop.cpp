@@ -29,10 +29,10 @@ bool overtime_is_over() {
 }
 
 // A line in the middle of a search: "?" and "exit" stop it, anything else is dropped. The end
-// of input stops only a search that owes nobody a move.
+// of input does not stop a search that owes somebody a move.
 bool gui_says_stop() {
     if (!line_waiting()) return false;
-    if (input_ended()) return analyze_mode;
+    if (input_ended()) return analyze_mode || !output_has_reader();
 
     std::string line;
     read_line(line);

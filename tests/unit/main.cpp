@@ -1,0 +1,16 @@
+// Entry of the unit tests. The number generator is seeded once in the life of a program, so
+// what its first run yields is noted here, whatever test is run afterwards.
+#include "support.h"
+
+int main(int argc, char** argv) {
+    using namespace tarsimo;
+    ::testing::InitGoogleTest(&argc, argv);
+
+    init_engine();
+    test::start_up = {zobrist[0][0], zobrist[13][E1], side_key, hash_key, 0};
+    compute_hash_key();
+    test::start_up.full_key = hash_key;
+    const int result = RUN_ALL_TESTS();
+    free_hash_tables();
+    return result;
+}

@@ -1,0 +1,181 @@
+// Helpers of the unit tests.
+#include "support.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace tarsimo::test {
+
+StartUp start_up{};
+
+void Engine::SetUp() {
+    xboard_mode = false;
+    init_engine();
+    reset_search();
+    stop_test_enabled = false;
+    stop_requested = false;
+    pondering = false;
+    first_root_move = false;
+    time_extended = false;
+    search_start_ms = clock_ms();
+}
+
+Snapshot snapshot() {
+    return {board,          square_moves,   side,        white_king_sq, black_king_sq,
+            ep_square,      fifty,          hash_key,    white_castled, black_castled,
+            white_material, black_material, white_pawns, black_pawns,   white_pieces,
+            black_pieces,   game_ply,       search_ply};
+}
+
+Snapshot recounted() {
+    constexpr std::array<int, 7> values = {0, 100, 320, 330, 520, 990, 0};
+    Snapshot s = snapshot();
+    s.white_material = s.black_material = s.white_pawns = s.black_pawns = 0;
+    s.white_pieces = s.black_pieces = s.white_king_sq = s.black_king_sq = 0;
+    s.hash_key = (side == WHITE ? side_key : 0) ^ (ep_square != 0 ? zobrist[14][at(ep_square)] : 0);
+    for (int sq = 0; sq < BOARD_SIZE; ++sq) {
+        const int piece = board[at(sq)];
+        const bool playing = sq > 20 && sq < 99 && sq % 10 != 0 && sq % 10 != 9;
+        if (!playing) s.board[at(sq)] = OFFBOARD;
+        if (!playing || piece == EMPTY) continue;
+        const int type = std::abs(piece);
+        const bool white = piece > 0;
+        s.hash_key ^= zobrist[at(piece + 7)][at(sq)];
+        (white ? s.white_material : s.black_material) += values[at(type)];
+        if (type == PAWN) ++(white ? s.white_pawns : s.black_pawns);
+        else if (type == KING) (white ? s.white_king_sq : s.black_king_sq) = sq;
+        else ++(white ? s.white_pieces : s.black_pieces);
+    }
+    return s;
+}
+
+void set_up(const std::string& fen) {
+    set_position_fen(fen);
+    reset_search();
+}
+
+std::string name_of(const Move& move) {
+    std::string name = square_name(move.from) + square_name(move.to);
+    if (move.promotion != 0) name += FEN_LETTERS[move.promotion];
+    return name;
+}
+
+std::string list_names(bool with_scores) {
+    std::string names;
+    for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
+        if (!names.empty()) names += ' ';
+        names += name_of(move_at(i));
+        if (with_scores) names += ":" + std::to_string(move_at(i).score);
+    }
+    return names;
+}
+
+int find_move(const std::string& name) {
+    for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
+        if (name_of(move_at(i)) == name) return i;
+    }
+    return -1;
+}
+
+Move move_named(const std::string& name) {
+    generate_moves();
+    const int index = find_move(name);
+    EXPECT_GE(index, 0) << "no move " << name;
+    return index >= 0 ? move_at(index) : Move{};
+}
+
+void play(const std::string& names) {
+    std::istringstream words(names);
+    std::string name;
+    while (words >> name) {
+        generate_moves();
+        const int index = find_move(name);
+        ASSERT_GE(index, 0) << "no move " << name;
+        make_move(index);
+        note_game_length();
+        search_ply = 0;
+    }
+}
+
+std::vector<int> legal_moves() {
+    std::vector<int> legal;
+    generate_moves();
+    for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
+        if (move_at(i).ep_capture != 0 && find_move(name_of(move_at(i))) < i) continue;
+        make_move(i);
+        if (king_left_safe()) legal.push_back(i);
+        unmake_move();
+    }
+    return legal;
+}
+
+std::uint64_t perft(int depth) {
+    if (depth == 0) return 1;
+    const std::vector<int> legal = legal_moves();
+    if (depth == 1) return legal.size();
+    std::uint64_t leaves = 0;
+    for (const int index : legal) {
+        make_move(index);
+        leaves += perft(depth - 1);
+        unmake_move();
+    }
+    return leaves;
+}
+
+void visit_random_positions(int games, int plies, const std::function<void()>& visit) {
+    const std::array<const char*, 4> starts = {
+        START_FEN, "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
+        "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -",
+        "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -"};
+    std::mt19937 random(20230214);
+    for (int game = 0; game < games; ++game) {
+        set_position_fen(starts[at(game) % starts.size()]);
+        for (int ply = 0; ply < plies; ++ply) {
+            visit();
+            if (::testing::Test::HasFailure()) return;
+            const std::vector<int> legal = legal_moves();
+            if (legal.empty()) break;
+            make_move(legal[random() % legal.size()]);
+            note_game_length();
+            search_ply = 0;
+        }
+    }
+}
+
+void flip_colours() {
+    const auto before = board;
+    const auto moves_before = square_moves;
+    for (int sq = A1; sq <= H8; ++sq) {
+        if (!on_board(sq)) continue;
+        board[at(sq)] = -before[at(mirror_square[at(sq)])];
+        square_moves[at(sq)] = moves_before[at(mirror_square[at(sq)])];
+    }
+    const int king = white_king_sq;
+    white_king_sq = mirror_square[at(black_king_sq)];
+    black_king_sq = mirror_square[at(king)];
+    if (ep_square != 0) ep_square = mirror_square[at(ep_square)];
+    std::swap(white_castled, black_castled);
+    side = -side;
+    count_material();
+    compute_hash_key();
+}
+
+std::vector<std::string> data_lines(const std::string& file) {
+    std::ifstream in(std::string(TARSIMO_TEST_DATA) + "/" + file);
+    std::vector<std::string> lines;
+    std::string line;
+    while (std::getline(in, line)) {
+        if (!line.empty() && line[0] != '#') lines.push_back(line);
+    }
+    return lines;
+}
+
+std::string output_of(const std::function<void()>& function) {
+    ::testing::internal::CaptureStdout();
+    function();
+    std::fflush(stdout);
+    return ::testing::internal::GetCapturedStdout();
+}
+
+}  // namespace tarsimo::test

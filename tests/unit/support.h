@@ -1,0 +1,97 @@
+/// What the unit tests share: a fixture with a fresh engine, pictures of the whole position,
+/// set-up and look-up of moves by their names, and recounts that trust no running total.
+#ifndef TARSIMO_TESTS_UNIT_SUPPORT_H
+#define TARSIMO_TESTS_UNIT_SUPPORT_H
+
+#include "board/board.h"
+#include "control/control.h"
+#include "eval/eval.h"
+#include "search/search.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace tarsimo::test {
+
+inline constexpr char START_FEN[] = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
+
+/// A wide window.
+constexpr int INF = MATE_BOUND;
+
+/// Facts of the program's first initialisation, noted by main() before any test runs.
+struct StartUp {
+    std::uint64_t first_key;       ///< zobrist[0][0]
+    std::uint64_t sample_key;      ///< white king on e1
+    std::uint64_t side_key;
+    std::uint64_t position_key;    ///< of the initial position
+    std::uint64_t full_key;        ///< the same, computed once the side to move was known
+};
+extern StartUp start_up;
+
+/// A fresh engine on the console, deaf to clock and keyboard.
+class Engine : public ::testing::Test {
+  protected:
+    void SetUp() override;
+};
+
+/// Every field of the position, all but the records of the moves made.
+struct Snapshot {
+    std::array<int, BOARD_SIZE> board, square_moves;
+    int side, white_king_sq, black_king_sq, ep_square, fifty;
+    std::uint64_t hash_key;
+    std::uint8_t white_castled, black_castled;
+    int white_material, black_material, white_pawns, black_pawns, white_pieces, black_pieces;
+    int game_ply, search_ply;
+    bool operator==(const Snapshot&) const = default;
+};
+
+Snapshot snapshot();
+
+/// The same with material, counts, king squares and key worked out from board, side to move
+/// and en-passant square alone.
+Snapshot recounted();
+
+/// Set up a position, and everything that a search reads as in a fresh program.
+void set_up(const std::string& fen);
+
+/// Name of a move as a user types it, "e7e8q".
+std::string name_of(const Move& move);
+
+/// Names of this ply's list, in order, separated by blanks; with scores, "e2e4:0".
+std::string list_names(bool with_scores = false);
+
+/// Index of the first move of this ply's list with a name, or -1.
+int find_move(const std::string& name);
+
+/// Generate the moves and return the one with a name; the test fails when there is none.
+Move move_named(const std::string& name);
+
+/// Make moves of the game, named and separated by blanks; `search_ply` returns to 0.
+void play(const std::string& names);
+
+/// Generate this ply's list: the indices of its legal moves, en-passant repeats left out.
+std::vector<int> legal_moves();
+
+/// Number of legal paths of a depth in plies.
+std::uint64_t perft(int depth);
+
+/// Play random games from the usual starts, with a fixed seed; calls visit() in each position.
+void visit_random_positions(int games, int plies, const std::function<void()>& visit);
+
+/// Exchange the colours of the position and turn the board round.
+void flip_colours();
+
+/// Lines of a data file that are neither empty nor comments.
+std::vector<std::string> data_lines(const std::string& file);
+
+/// What a function prints.
+std::string output_of(const std::function<void()>& function);
+
+}  // namespace tarsimo::test
+
+#endif

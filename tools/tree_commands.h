@@ -1,0 +1,146 @@
+/// Single searches as text: a command, and the figures that it yields. Shared by the tree
+/// tool, which prints them, and the tests, which compare them with pinned ones.
+///
+///   FEN ; depth ; alpha ; beta     search from a clean state, depth in half-plies
+///   replies FEN ; beta ; depth     reply search
+///   quiesce FEN ; alpha ; beta     quiescence search
+///   moves FEN, qmoves FEN          lists in order, with their scores
+///   see FEN from to                exchange value
+///   eval FEN                       static evaluation with an open window
+#ifndef TARSIMO_TOOLS_TREE_COMMANDS_H
+#define TARSIMO_TOOLS_TREE_COMMANDS_H
+
+#include "board/board.h"
+#include "control/control.h"
+#include "eval/eval.h"
+#include "search/search.h"
+
+#include <array>
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace tarsimo::tree {
+
+inline std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> fields(1);
+    for (const char c : text) {
+        if (c == separator) fields.emplace_back();
+        else fields.back() += c;
+    }
+    return fields;
+}
+
+inline std::string trimmed(const std::string& text) {
+    const auto begin = text.find_first_not_of(' ');
+    if (begin == std::string::npos) return "";
+    return text.substr(begin, text.find_last_not_of(' ') - begin + 1);
+}
+
+/// The position of a FEN text with everything else as in a fresh program.
+inline void set_up(const std::string& fen) {
+    set_position_fen(trimmed(fen));
+    reset_search();
+    reset_tree_digest();
+}
+
+/// Score, nodes, counters, digest and variation of the search just made, on one line.
+inline std::string search_figures(int score) {
+    const SearchStatistics& s = statistics;
+    std::string text = "score " + std::to_string(score);
+    const auto add = [&text](const char* name, std::uint64_t value) {
+        text += std::string(" ") + name + " " + std::to_string(value);
+    };
+    add("nodes", nodes);
+    add("razoring", s.razoring);
+    add("nul_estatic", s.static_null);
+    add("futility", s.futility);
+    add("lmr", s.lmr);
+    add("en_prueba", s.on_trial);
+    add("extensores", s.extensions);
+    add("ex_jaque", s.check_extensions);
+    add("hash_prob", s.hash_probes);
+    add("hash_exito", s.hash_hits);
+    add("nulos_prob", s.null_tries);
+    add("nulos_exito", s.null_cuts);
+    add("eval_hash", eval_hash_count);
+    add("eval_lazy", eval_lazy_count);
+    add("eval_completa", eval_full_count);
+
+    std::array<char, 32> digest{};
+    std::snprintf(digest.data(), digest.size(), "%016" PRIx64, tree_digest);
+    text += " history_max " + std::to_string(history_max) + " digest " + digest.data() + " pv";
+    for (const PvEntry& entry : pv_table[0]) {
+        if (entry.from == 0) break;
+        text += " " + square_name(entry.from) + square_name(entry.to);
+    }
+    return text;
+}
+
+/// The root's list, a line a move.
+inline std::string list_figures() {
+    std::string text;
+    for (int i = 0; i < move_count; ++i) {
+        const Move& m = move_at(i);
+        text += std::to_string(m.from) + " " + std::to_string(m.to) + " " + square_name(m.from) +
+                square_name(m.to) + " captured " + std::to_string(m.captured) + " promotion " +
+                std::to_string(m.promotion) + " castle " + std::to_string(m.castle) + " ep_capture " +
+                std::to_string(m.ep_capture) + " score " + std::to_string(m.score) + "\n";
+    }
+    return text + "moves " + std::to_string(move_count);
+}
+
+/// A square from its name or its number.
+inline int square_number(const std::string& name) {
+    if (name.size() == 2 && name[0] >= 'a' && name[0] <= 'h' && name[1] >= '1' && name[1] <= '8') {
+        return name[0] - 'a' + 1 + 10 * (name[1] - '0' + 1);
+    }
+    return std::atoi(name.c_str());
+}
+
+/// Carries out a command; false when it is not understood. The stop test should be off.
+inline bool execute(const std::string& line, std::string& figures) {
+    const std::string command = first_word(line);
+    const std::vector<std::string> fields = split(line, ';');
+    const auto number = [&](std::size_t i) { return std::atoi(fields[i].c_str()); };
+    const auto rest = [&](const std::string& text) {
+        return trimmed(text.substr(text.find(command) + command.size()));
+    };
+
+    if (command == "moves" || command == "qmoves") {
+        set_up(rest(line));
+        if (command == "moves") generate_moves();
+        else generate_captures();
+        figures = list_figures();
+    } else if (command == "see") {
+        const std::string text = rest(line);
+        const auto last = text.rfind(' ');
+        if (last == std::string::npos || last == 0) return false;
+        const auto second = text.rfind(' ', last - 1);
+        if (second == std::string::npos) return false;
+        set_up(text.substr(0, second));
+        figures = "see " + std::to_string(see(square_number(text.substr(second + 1, last - second - 1)),
+                                              square_number(text.substr(last + 1))));
+    } else if (command == "eval") {
+        set_up(rest(line));
+        figures = "eval " + std::to_string(evaluate(-MATE_BOUND, MATE_BOUND));
+    } else if (command == "replies" && fields.size() == 3) {
+        set_up(rest(fields[0]));
+        figures = search_figures(search_replies(number(1), number(2)));
+    } else if (command == "quiesce" && fields.size() == 3) {
+        set_up(rest(fields[0]));
+        figures = search_figures(quiesce(number(1), number(2), 0));
+    } else if (fields.size() == 4) {
+        set_up(fields[0]);
+        figures = search_figures(search(number(2), number(3), number(1), true, in_check()));
+    } else {
+        return false;
+    }
+    return true;
+}
+
+}  // namespace tarsimo::tree
+
+#endif
