@@ -13,34 +13,18 @@ namespace {
 
 constexpr int OFF_BOARD_DISTANCE = 16;
 
-template <int By, int Step> bool diagonal_hit(int sq) {
-    const int piece = first_piece<Step>(sq);
-    return piece == By * BISHOP || piece == By * QUEEN;
-}
-
-template <int By, int Step> bool line_hit(int sq) {
-    const int piece = first_piece<Step>(sq);
-    return piece == By * ROOK || piece == By * QUEEN;
+// True if the first man in one of the directions is one of the two sliders.
+template <int... Steps> bool slider_hits(int sq, int slider, int queen) {
+    const auto hits = [=](int piece) { return piece == slider || piece == queen; };
+    return (hits(first_piece<Steps>(sq)) || ...);
 }
 
 template <int By> bool attacked(int sq) {
-    if (diagonal_hit<By, 9>(sq) || diagonal_hit<By, -9>(sq) ||
-        diagonal_hit<By, 11>(sq) || diagonal_hit<By, -11>(sq)) return true;
-
-    if (line_hit<By, 1>(sq) || line_hit<By, -1>(sq) ||
-        line_hit<By, 10>(sq) || line_hit<By, -10>(sq)) return true;
-
-    constexpr int knight = By * KNIGHT;
-    if (piece_on(sq + 8) == knight || piece_on(sq - 8) == knight ||
-        piece_on(sq + 12) == knight || piece_on(sq - 12) == knight ||
-        piece_on(sq + 19) == knight || piece_on(sq - 19) == knight ||
-        piece_on(sq + 21) == knight || piece_on(sq - 21) == knight) return true;
-
-    // Pawns capture away from their own side, so they stand behind the square.
-    constexpr int pawn = By * PAWN;
-    if (piece_on(sq - By * 9) == pawn || piece_on(sq - By * 11) == pawn) return true;
-
-    return distance_between(king_square<By>(), sq) == 1;
+    return slider_hits<9, -9, 11, -11>(sq, By * BISHOP, By * QUEEN) ||
+           slider_hits<1, -1, 10, -10>(sq, By * ROOK, By * QUEEN) || knight_near(sq, By * KNIGHT) ||
+           // Pawns capture away from their own side, so they stand behind the square.
+           stands_near<-By * 9, -By * 11>(sq, By * PAWN) ||
+           distance_between(king_square<By>(), sq) == 1;
 }
 
 }  // namespace

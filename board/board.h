@@ -42,6 +42,7 @@ constexpr int BLACK = -1;
 
 /// Mailbox squares: 21 + file + 10 * rank on a board of 10 columns by 12 rows,
 /// so that a piece which leaves the playing area meets the border.
+// clang-format off
 enum Square : int {
     A1 = 21, B1, C1, D1, E1, F1, G1, H1,
     A2 = 31, B2, C2, D2, E2, F2, G2, H2,
@@ -52,9 +53,10 @@ enum Square : int {
     A7 = 81, B7, C7, D7, E7, F7, G7, H7,
     A8 = 91, B8, C8, D8, E8, F8, G8, H8,
 };
+// clang-format on
 
-constexpr int BOARD_SIZE = 120;   ///< mailbox squares, border included
-constexpr int SQUARE_LIMIT = 100; ///< tables indexed by playing squares only end here
+constexpr int BOARD_SIZE = 120;    ///< mailbox squares, border included
+constexpr int SQUARE_LIMIT = 100;  ///< tables indexed by playing squares only end here
 
 /// Ply limits. The deepest node that may generate moves stands at MAX_PLY; per-ply
 /// tables have room for the node one ply deeper, which is entered and left at once.
@@ -66,8 +68,7 @@ constexpr int NO_SCORE = -32000;
 
 namespace detail {
 
-template <typename Function>
-constexpr std::array<int, BOARD_SIZE> fill_squares(Function value_of) {
+template <typename Function> constexpr std::array<int, BOARD_SIZE> fill_squares(Function value_of) {
     std::array<int, BOARD_SIZE> table{};
     for (int sq = 0; sq < BOARD_SIZE; ++sq) table[at(sq)] = value_of(sq);
     return table;
@@ -77,9 +78,7 @@ constexpr std::array<int, BOARD_SIZE> fill_squares(Function value_of) {
 
 /// True for the 64 squares of the chessboard; any other number, however large or
 /// negative, is not one.
-constexpr bool on_board(int sq) {
-    return sq >= A1 && sq <= H8 && sq % 10 >= 1 && sq % 10 <= 8;
-}
+constexpr bool on_board(int sq) { return sq >= A1 && sq <= H8 && sq % 10 >= 1 && sq % 10 <= 8; }
 
 /// The square reflected between the white and the black half: the file stays, rank
 /// r becomes rank 9 - r (21 <-> 91). Defined for the border too (0 <-> 110).
@@ -107,12 +106,12 @@ inline constexpr std::array<int, 8> order_value = {0, 100, 400, 400, 600, 1200, 
 // ---------------------------------------------------------------------------
 
 extern std::array<int, BOARD_SIZE> board;  ///< piece code on each mailbox square
-extern int side;                           ///< side to move, WHITE or BLACK (0 before the first init)
-extern int white_king_sq;                  ///< square of the white king
-extern int black_king_sq;                  ///< square of the black king
-extern int ep_square;                      ///< square passed over by a double step; 0 when none
-extern int fifty;                          ///< moves since the last capture or pawn move
-extern std::uint64_t hash_key;             ///< Zobrist key of the position
+extern int side;                ///< side to move, WHITE or BLACK (0 before the first init)
+extern int white_king_sq;       ///< square of the white king
+extern int black_king_sq;       ///< square of the black king
+extern int ep_square;           ///< square passed over by a double step; 0 when none
+extern int fifty;               ///< moves since the last capture or pawn move
+extern std::uint64_t hash_key;  ///< Zobrist key of the position
 
 /// Moves on the history stack that started from or ended on each square. A castling
 /// right exists only while king's and rook's home squares both count 0.
@@ -158,9 +157,7 @@ extern std::array<HistoryEntry, HISTORY_SIZE> game_history;
 /// The history record of the move made at a ply number (0 for the first half-move of
 /// the game). The record is intact for plies within HISTORY_SPAN of the longest line
 /// made in this game.
-inline HistoryEntry& history_entry(int ply) {
-    return game_history[at(ply) & (HISTORY_SIZE - 1)];
-}
+inline HistoryEntry& history_entry(int ply) { return game_history[at(ply) & (HISTORY_SIZE - 1)]; }
 
 /// Set the initial position, all but its key: board, counts, castling state, counters.
 /// `side` and `ep_square` are left to finish_initial_position().
@@ -191,19 +188,24 @@ bool is_repetition();
 // Colour-generic access: one text for both sides, resolved at compile time.
 
 template <int Us> inline int& king_square() {
-    if constexpr (Us == WHITE) return white_king_sq; else return black_king_sq;
+    if constexpr (Us == WHITE) return white_king_sq;
+    else return black_king_sq;
 }
 template <int Us> inline int& pawn_count() {
-    if constexpr (Us == WHITE) return white_pawns; else return black_pawns;
+    if constexpr (Us == WHITE) return white_pawns;
+    else return black_pawns;
 }
 template <int Us> inline int& piece_count() {
-    if constexpr (Us == WHITE) return white_pieces; else return black_pieces;
+    if constexpr (Us == WHITE) return white_pieces;
+    else return black_pieces;
 }
 template <int Us> inline int& material() {
-    if constexpr (Us == WHITE) return white_material; else return black_material;
+    if constexpr (Us == WHITE) return white_material;
+    else return black_material;
 }
 template <int Us> inline std::uint8_t& castled() {
-    if constexpr (Us == WHITE) return white_castled; else return black_castled;
+    if constexpr (Us == WHITE) return white_castled;
+    else return black_castled;
 }
 
 /// The content of a mailbox square 0..119.
@@ -218,12 +220,23 @@ inline int type_on(int sq) {
 /// The first non-empty square from `sq` (not included) in the direction Step; the
 /// border ends every ray.
 template <int Step> inline int first_occupied(int sq) {
-    do sq += Step; while (piece_on(sq) == EMPTY);
+    do sq += Step;
+    while (piece_on(sq) == EMPTY);
     return sq;
 }
 
 /// The content of the first non-empty square from `sq` in the direction Step.
 template <int Step> inline int first_piece(int sq) { return piece_on(first_occupied<Step>(sq)); }
+
+/// True if `piece` stands on one of the squares sq + Offsets.
+template <int... Offsets> inline bool stands_near(int sq, int piece) {
+    return ((piece_on(sq + Offsets) == piece) || ...);
+}
+
+/// stands_near() for a knight's eight squares.
+inline bool knight_near(int sq, int knight) {
+    return stands_near<8, -8, 12, -12, 19, -19, 21, -21>(sq, knight);
+}
 
 // ---------------------------------------------------------------------------
 // Moves and move lists
@@ -265,9 +278,7 @@ inline int& list_start(int ply) { return first_move[at(ply)]; }
 
 /// True if the list of this ply fits in the move array whatever the position. Never
 /// false in a game of chess; a node that meets false must not generate.
-inline bool room_for_list() {
-    return list_start(search_ply) <= MOVE_STACK_SIZE - MAX_LIST_LENGTH;
-}
+inline bool room_for_list() { return list_start(search_ply) <= MOVE_STACK_SIZE - MAX_LIST_LENGTH; }
 
 /// True if the list of this ply fits, and the ply itself is one that may have a list.
 inline bool may_generate() { return search_ply <= MAX_PLY && room_for_list(); }
@@ -314,10 +325,7 @@ extern HistoryTable history;
 extern std::array<std::array<PvEntry, PLY_SLOTS>, PLY_SLOTS> pv_table;
 
 /// The history score of a move of the side to move.
-inline int& history_of(int from, int to) {
-    return history[at(side + 1)][at(from)]
-                  [at(to)];
-}
+inline int& history_of(int from, int to) { return history[at(side + 1)][at(from)][at(to)]; }
 
 /// Append a move that neither captures nor promotes. Scores: hash move 1900000, killers
 /// 1860000, 1830000 and 1810000, otherwise the history value.
@@ -360,9 +368,7 @@ extern std::array<std::array<int, SQUARE_LIMIT>, SQUARE_LIMIT> square_distance;
 void init_square_distance();
 
 /// King distance between two squares 21..99.
-inline int distance_between(int a, int b) {
-    return square_distance[at(a)][at(b)];
-}
+inline int distance_between(int a, int b) { return square_distance[at(a)][at(b)]; }
 
 /// True if a piece of colour `by` attacks the playing square `sq`, whatever stands on it.
 /// WHITE selects the white attackers, any other value the black ones.
@@ -433,9 +439,7 @@ void init_keys();
 void compute_hash_key();
 
 /// The key of a piece code on a square.
-inline std::uint64_t piece_key(int piece, int sq) {
-    return zobrist[at(piece + 7)][at(sq)];
-}
+inline std::uint64_t piece_key(int piece, int sq) { return zobrist[at(piece + 7)][at(sq)]; }
 
 /// The key of an en-passant square.
 inline std::uint64_t ep_key(int sq) { return zobrist[14][at(sq)]; }

@@ -16,6 +16,7 @@ constexpr int EP_ROW = 14;
 constexpr int KEYED_SQUARES = 99;
 constexpr std::uint64_t FIRST_NUMBER = 0x1039B11BF;
 
+// clang-format off
 constexpr std::array<std::uint64_t, LAG> seed = {
     0x5414D5F4, 0xB3935330, 0xD0773E27, 0xAC62A182, 0x5DB20C92,
     0xC1E618AC, 0xD003926A, 0x171FA3B3, 0x9AD12101, 0x762172C1,
@@ -29,6 +30,7 @@ constexpr std::array<std::uint64_t, LAG> seed = {
     0x74DCB7D4, 0x12D0FC03, 0x474A16E8, 0x2FF5717C, 0x54BDED92,
     0x783A9487, 0xE767978C, 0x3052D5CD, 0x16ECA191, 0x8EAF6D15,
 };
+// clang-format on
 
 // Generator state: the last 55 numbers and the two lags. Seeded by the first call of the
 // program's life and never again, so each new game has new keys.

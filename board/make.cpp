@@ -95,8 +95,9 @@ void make_move(int index) {
     const Move& move = move_at(index);
     const int piece = piece_on(move.from);
 
-    history_entry(game_ply) = {hash_key,      fifty,         move.from,      move.to,    move.ep_capture,
-                               ep_square,     move.captured, move.promotion, move.castle};
+    history_entry(game_ply) = {hash_key,      fifty,           move.from,
+                               move.to,       move.ep_capture, ep_square,
+                               move.captured, move.promotion,  move.castle};
     ++game_ply;
     ++search_ply;
     if (ep_square > 0) hash_key ^= ep_key(ep_square);

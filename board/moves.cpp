@@ -49,9 +49,7 @@ const MoveRef& killer_of(const std::array<MoveRef, PLY_SLOTS>& killers) {
     return killers[at(search_ply)];
 }
 
-int value_of(const std::array<int, 8>& values, int type) {
-    return values[at(type)];
-}
+int value_of(const std::array<int, 8>& values, int type) { return values[at(type)]; }
 
 // The next free slot, filled but for its score, which still holds what an earlier list
 // left there.
@@ -74,25 +72,16 @@ int quiet_score(int from, int to) {
     return history_of(from, to);
 }
 
+template <int... Steps> bool ray_meets(int sq, int piece) {
+    return ((first_piece<Steps>(sq) == piece) || ...);
+}
+
 // True if a pawn, knight, bishop or rook of colour Them guards the square. Queens and
 // kings are left out, and what stands behind another piece.
 template <int Them> bool guarded_by_lesser_piece(int sq) {
-    constexpr int pawn_left = Them == WHITE ? -11 : 9;
-    constexpr int pawn_right = Them == WHITE ? -9 : 11;
-    constexpr int pawn = Them * PAWN;
-    constexpr int knight = Them * KNIGHT;
-    constexpr int bishop = Them * BISHOP;
-    constexpr int rook = Them * ROOK;
-
-    if (piece_on(sq + pawn_left) == pawn || piece_on(sq + pawn_right) == pawn) return true;
-    if (piece_on(sq + 8) == knight || piece_on(sq - 8) == knight ||
-        piece_on(sq + 12) == knight || piece_on(sq - 12) == knight ||
-        piece_on(sq + 19) == knight || piece_on(sq - 19) == knight ||
-        piece_on(sq + 21) == knight || piece_on(sq - 21) == knight) return true;
-    if (first_piece<9>(sq) == bishop || first_piece<-9>(sq) == bishop ||
-        first_piece<11>(sq) == bishop || first_piece<-11>(sq) == bishop) return true;
-    return first_piece<1>(sq) == rook || first_piece<-1>(sq) == rook ||
-           first_piece<10>(sq) == rook || first_piece<-10>(sq) == rook;
+    return stands_near<-Them * 9, -Them * 11>(sq, Them * PAWN) || knight_near(sq, Them * KNIGHT) ||
+           ray_meets<9, -9, 11, -11>(sq, Them * BISHOP) ||
+           ray_meets<1, -1, 10, -10>(sq, Them * ROOK);
 }
 
 int exchange_score(int from, int to, int victim, int attacker) {

@@ -15,9 +15,9 @@ constexpr int KING_EXCHANGE_VALUE = 2001;
 
 // What is searched for behind an attacker that has captured.
 enum Kind : int {
-    NO_RAY = 0,       // pawns, knights, kings, and what was found behind a diagonal entry
-    DIAGONAL_RAY = 1, // a bishop or queen, which is then not extended further
-    LINE_RAY = 2,     // a rook or queen, extended again when it captures
+    NO_RAY = 0,        // pawns, knights, kings, and what was found behind a diagonal entry
+    DIAGONAL_RAY = 1,  // a bishop or queen, which is then not extended further
+    LINE_RAY = 2,      // a rook or queen, extended again when it captures
 };
 
 struct Attacker {

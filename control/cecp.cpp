@@ -25,8 +25,8 @@ int own_time_ms = 0;
 int opponent_time_ms = 0;
 
 constexpr std::array<std::string_view, 13> ignored_commands = {
-    "accepted", "rejected", "xboard", "post",   "nopost", ".",        "pause",
-    "draw",     "rating",   "resume", "?",      "computer", "random",
+    "accepted", "rejected", "xboard", "post", "nopost",   ".",      "pause",
+    "draw",     "rating",   "resume", "?",    "computer", "random",
 };
 
 // The text behind the command word, or behind `skip` characters of the line.
@@ -99,15 +99,16 @@ void set_level(const std::string& line) {
 
 void set_clock(const std::string& line) {
     own_time_ms = number_argument(line, "time", MOST / 10) * 10;
-    time_budget_ms =
-        allocate_time(own_time_ms, opponent_time_ms, level_moves, control_moves, level_increment_ms);
+    time_budget_ms = allocate_time(own_time_ms, opponent_time_ms, level_moves, control_moves,
+                                   level_increment_ms);
 }
 
 void play_user_move(const std::string& word) {
     std::string text = word;
     if (!parse_user_move(text)) {
-        std::transform(text.begin(), text.end(), text.begin(),
-                       [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+        std::transform(text.begin(), text.end(), text.begin(), [](char c) {
+            return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+        });
         std::printf("Error (unknown command): %s\n", text.c_str());
     } else if (analyze_mode || (!force_mode && engine_side == side)) {
         think();

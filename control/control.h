@@ -115,11 +115,11 @@ inline constexpr char FEN_LETTERS[] = " pnbrqk";      ///< by piece type
 // ---------------------------------------------------------------------------
 
 // State of one think, read by the stop test and the reports.
-extern int search_start_ms;    ///< clock_ms() at the start of the call or pondering pass
-extern bool pondering;         ///< thinking on the opponent's time
-extern bool first_root_move;   ///< the first root move of an iteration is being searched
-extern bool time_extended;     ///< an unstable best move has earned the whole budget
-extern bool stop_requested;    ///< the stop test answered to a person or the GUI
+extern int search_start_ms;   ///< clock_ms() at the start of the call or pondering pass
+extern bool pondering;        ///< thinking on the opponent's time
+extern bool first_root_move;  ///< the first root move of an iteration is being searched
+extern bool time_extended;    ///< an unstable best move has earned the whole budget
+extern bool stop_requested;   ///< the stop test answered to a person or the GUI
 
 /// Wall clock in milliseconds, wrapped to 32 bits; compare readings by difference only.
 int clock_ms();
@@ -168,7 +168,8 @@ bool parse_user_move(std::string& text);
 ///                         game, 0 for none; raised when the control has been reached
 ///   control_moves         moves of one control as the level command gave them
 ///   increment_ms          increment a move
-int allocate_time(int own_ms, int opponent_ms, int& level_moves, int control_moves, int increment_ms);
+int allocate_time(int own_ms, int opponent_ms, int& level_moves, int control_moves,
+                  int increment_ms);
 
 }  // namespace tarsimo
 

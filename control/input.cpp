@@ -36,7 +36,8 @@ void gather(char c) {
 void read_character() {
     char c = 0;
     ssize_t got = 0;
-    do got = read(INPUT, &c, 1); while (got < 0 && errno == EINTR);
+    do got = read(INPUT, &c, 1);
+    while (got < 0 && errno == EINTR);
     if (got == 1) {
         gather(c);
     } else if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
@@ -76,7 +77,8 @@ class SignalsHeld {
     SignalsHeld() {
         sigset_t held;
         sigemptyset(&held);
-        for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP, SIGTSTP}) sigaddset(&held, signal);
+        for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP, SIGTSTP})
+            sigaddset(&held, signal);
         sigprocmask(SIG_BLOCK, &held, &before_);
     }
     ~SignalsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }

@@ -15,7 +15,7 @@ namespace {
 constexpr int CECP_LINE_MOVES = 12;
 constexpr int CONSOLE_LINE_MOVES = 8;  // shorter than under CECP; deliberate
 constexpr int MINUTES_FROM_MS = 61000;
-constexpr int PROGRESS_WIDTH = 52;     // columns that the progress line may have filled
+constexpr int PROGRESS_WIDTH = 52;  // columns that the progress line may have filled
 
 // The first moves of the root's principal variation.
 void print_line(int most_moves, bool with_letters) {
@@ -42,8 +42,10 @@ void print_console_thinking(int depth, int score) {
     const int minutes = elapsed < MINUTES_FROM_MS ? 0 : elapsed / 60000;
     const int seconds = total_seconds - 60 * minutes;
     // During the first second the count is its own divisor and the rate shows as 1; deliberate.
-    const std::uint64_t divisor = elapsed < 1000 ? nodes : static_cast<std::uint64_t>(total_seconds);
-    const std::uint64_t rate = std::max<std::uint64_t>(nodes / std::max<std::uint64_t>(divisor, 1), 1);
+    const std::uint64_t divisor =
+        elapsed < 1000 ? nodes : static_cast<std::uint64_t>(total_seconds);
+    const std::uint64_t rate =
+        std::max<std::uint64_t>(nodes / std::max<std::uint64_t>(divisor, 1), 1);
 
     std::printf("%*s\r", PROGRESS_WIDTH, "");
     std::printf("%2d)  %2d:%2d  %5.2f %7" PRIu64 " n/s  ", depth, minutes, seconds,

@@ -14,7 +14,7 @@ int search_start_ms = 0;
 
 namespace {
 
-constexpr int FEW_MOVES_LEFT = 5;    // to the time control: no overtime then
+constexpr int FEW_MOVES_LEFT = 5;  // to the time control: no overtime then
 constexpr int PONDER_BUDGETS = 3;
 constexpr int OVERTIME_BUDGETS = 2;  // a root move past the first may finish in this
 

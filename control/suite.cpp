@@ -16,10 +16,8 @@ constexpr int CLEARED_BEFORE_CAPTION = 10;
 
 // Two positions bear the number 3; deliberate. Trailing blanks are part of the texts.
 constexpr std::array<SuitePosition, SUITE_SIZE> suite = {{
-    {"\n\n LCT mov Cd5-f6+ ",
-     "2b1r1k1/r4ppp/p7/2pNP3/4Q3/q6P/2P2PP1/3RR1K1 w - -"},
-    {"\n\n LCT mov  Af4xh6 ",
-     "rq2rbk1/6p1/p2p2Pp/1p1Rn3/4PB2/6Q1/PPP1B3/2K3R1 w - -"},
+    {"\n\n LCT mov Cd5-f6+ ", "2b1r1k1/r4ppp/p7/2pNP3/4Q3/q6P/2P2PP1/3RR1K1 w - -"},
+    {"\n\n LCT mov  Af4xh6 ", "rq2rbk1/6p1/p2p2Pp/1p1Rn3/4PB2/6Q1/PPP1B3/2K3R1 w - -"},
     {"\n\n TEST MODULAR 12, (Elio Marsan)   mov = Ab4!  ev > 1.0 ",
      "2r2r1k/1bb1q1pp/1np5/pp2n2P/5N1N/P7/1P3PP1/K1Q1BBRR w - - "},
     {"\n\n ULTRAFRONTERA 1 (JT Olmo.Prado) mov = Ab1-a2, para llevar el Rey a a6 ",

@@ -21,26 +21,26 @@ bool time_extended = false;
 
 namespace {
 
-constexpr int MAX_ITERATIONS = 127;     // size of the per-depth tables
-constexpr int ASPIRATION_MARGIN = 40;   // centipawns below the last score
+constexpr int MAX_ITERATIONS = 127;    // size of the per-depth tables
+constexpr int ASPIRATION_MARGIN = 40;  // centipawns below the last score
 constexpr int NEXT_ITERATION_PERCENT = 60;
-constexpr int SINGLE_MOVE_DEPTH = 4;    // deep enough when there is no choice
-constexpr int RECAPTURE_MIN_DEPTH = 10; // deeper iterations may be left for a recapture
+constexpr int SINGLE_MOVE_DEPTH = 4;     // deep enough when there is no choice
+constexpr int RECAPTURE_MIN_DEPTH = 10;  // deeper iterations may be left for a recapture
 constexpr int RECAPTURE_BUDGET_PART = 8;
-constexpr int STABLE_FROM_DEPTH = 3;    // changes at greater depth forbid a quick recapture
+constexpr int STABLE_FROM_DEPTH = 3;  // changes at greater depth forbid a quick recapture
 constexpr int UNSTABLE_FROM_DEPTH = 9;
 constexpr int UNSTABLE_CHANGES = 2;
-constexpr int REPORT_FROM_DEPTH = 5;    // deeper iterations print thinking lines
-constexpr int MATE_IN_HAND = 31899;     // a score above it ends deep iterations
+constexpr int REPORT_FROM_DEPTH = 5;  // deeper iterations print thinking lines
+constexpr int MATE_IN_HAND = 31899;   // a score above it ends deep iterations
 constexpr int MATE_IN_HAND_DEPTH = 8;
 constexpr int ANNOUNCED_MATE = 31969;
 constexpr int PONDER_MIN_MOVES_LEFT = 3;
 
 // State of one think.
-int iteration_depth = 0;     // depth of the running iteration in plies, from 1
+int iteration_depth = 0;  // depth of the running iteration in plies, from 1
 int legal_root_moves = 0;
-int best_score = NO_SCORE;   // of the best move proven so far
-bool opening_reply = false;  // the move at the head was chosen without a search
+int best_score = NO_SCORE;      // of the best move proven so far
+bool opening_reply = false;     // the move at the head was chosen without a search
 bool best_move_settled = true;  // no change of the best move beyond STABLE_FROM_DEPTH
 std::array<int, MAX_ITERATIONS + 1> best_move_changes{};  // by iteration depth
 
@@ -171,7 +171,8 @@ void verify_root_move(int index, int alpha) {
 
 // Search all root moves at the iteration's depth. Returns false when thinking is to end.
 bool search_root_moves() {
-    int alpha = iteration_depth == 1 ? NO_SCORE : std::max(best_score - ASPIRATION_MARGIN, NO_SCORE);
+    int alpha =
+        iteration_depth == 1 ? NO_SCORE : std::max(best_score - ASPIRATION_MARGIN, NO_SCORE);
     best_move_changes[at(iteration_depth)] = 0;
     first_root_move = true;
 
@@ -191,7 +192,8 @@ bool search_root_moves() {
             score = search_root_move(index, alpha, partial);
         }
         if (search_aborted) {
-            const bool was_beating_best = !first_root_move && partial != -NO_SCORE && partial > alpha;
+            const bool was_beating_best =
+                !first_root_move && partial != -NO_SCORE && partial > alpha;
             if (was_beating_best && !stop_requested) verify_root_move(index, alpha);
             return false;
         }
@@ -228,7 +230,8 @@ bool is_obvious_recapture() {
 
 // The first iteration is always begun: whatever the budget, its first root move is legal.
 void deepen() {
-    for (iteration_depth = 1; iteration_depth <= std::min(max_depth, MAX_ITERATIONS); ++iteration_depth) {
+    for (iteration_depth = 1; iteration_depth <= std::min(max_depth, MAX_ITERATIONS);
+         ++iteration_depth) {
         if (iteration_depth > 1) {
             time_extended = iteration_depth >= UNSTABLE_FROM_DEPTH && !pondering &&
                             best_move_changes[at(iteration_depth - 1)] >= UNSTABLE_CHANGES;
@@ -247,7 +250,8 @@ void deepen() {
 void announce_mate() {
     if (best_score <= ANNOUNCED_MATE) return;
     if (MATED_SCORE - best_score < 3) {
-        std::printf(side == BLACK ? "  blancas ganan JAQUE MATE   " : "  negras ganan JAQUE MATE   ");
+        std::printf(side == BLACK ? "  blancas ganan JAQUE MATE   "
+                                  : "  negras ganan JAQUE MATE   ");
     } else {
         std::printf("  MATE en %d  ", (MATED_SCORE - 1 - best_score) / 2);
     }

@@ -26,15 +26,19 @@ int find_move(int from, int to) {
 // letters are both understood.
 int promotion_offset(char letter) {
     switch (letter) {
-        case 'R': case 'T': return 1;
-        case 'B': case 'A': return 2;
-        case 'N': case 'C': return 3;
+        case 'R':
+        case 'T': return 1;
+        case 'B':
+        case 'A': return 2;
+        case 'N':
+        case 'C': return 3;
         default: return 0;
     }
 }
 
 void report_king_in_check() {
-    if (side == BLACK) std::printf("\nRey blanco en %s en jaque\n", square_name(white_king_sq).c_str());
+    if (side == BLACK)
+        std::printf("\nRey blanco en %s en jaque\n", square_name(white_king_sq).c_str());
     else std::printf("\nRey negro en %s en jaque\n", square_name(black_king_sq).c_str());
 }
 

@@ -25,6 +25,7 @@ constexpr int on_grid(const Grid& grid, int sq) {
     return grid[at((9 - sq / 10) * 8 + sq % 10 - 1)];
 }
 
+// clang-format off
 // How far from the edge the bare king still is. Deliberately not symmetric: a7 and h7.
 constexpr Grid lone_king_centre = {
      0,  4,  8, 16, 16,  8,  4,  0,
@@ -60,6 +61,7 @@ constexpr Grid dark_corner_table = {
      10,  20,  30,  60, 100, 150, 200, 150,
       0,  10,  20,  30,  60, 100, 150, 200,
 };
+// clang-format on
 
 // 1 on dark squares (a1 among them), 0 on light ones.
 int square_colour(int sq) { return (sq / 10 + sq % 10 + 1) % 2 == 0 ? 1 : 0; }
@@ -81,10 +83,9 @@ int bare_king_score() {
     const int strong = white_material > black_material ? WHITE : BLACK;
     const int lone_king = strong == WHITE ? black_king_sq : white_king_sq;
     const int distance = KING_DISTANCE_WEIGHT * distance_between(white_king_sq, black_king_sq);
-    const int score =
-        white_material + black_material == BISHOP_AND_KNIGHT
-            ? WON_BISHOP_AND_KNIGHT - distance - corner_value(strong, lone_king)
-            : WON_AGAINST_BARE_KING - distance - on_grid(lone_king_centre, lone_king);
+    const int score = white_material + black_material == BISHOP_AND_KNIGHT
+                          ? WON_BISHOP_AND_KNIGHT - distance - corner_value(strong, lone_king)
+                          : WON_AGAINST_BARE_KING - distance - on_grid(lone_king_centre, lone_king);
     return side == strong ? score : -score;
 }
 
@@ -110,9 +111,9 @@ bool special_ending(int& score) {
 }
 
 bool is_drawish_pawnless_ending() {
-    return white_pawns + black_pawns == 0 &&
-           white_material >= DRAWISH_LOW && white_material <= DRAWISH_HIGH &&
-           black_material >= DRAWISH_LOW && black_material <= DRAWISH_HIGH;
+    return white_pawns + black_pawns == 0 && white_material >= DRAWISH_LOW &&
+           white_material <= DRAWISH_HIGH && black_material >= DRAWISH_LOW &&
+           black_material <= DRAWISH_HIGH;
 }
 
 }  // namespace tarsimo

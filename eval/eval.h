@@ -42,10 +42,10 @@ extern EvalCacheEntry* eval_cache;
 // What the frame works out for the terms; set anew by every evaluate()
 // ---------------------------------------------------------------------------
 
-extern bool endgame_flag;                 ///< neither side has more than 1700 of piece material
-extern int white_piece_material;          ///< centipawns, pawns and king left out
+extern bool endgame_flag;         ///< neither side has more than 1700 of piece material
+extern int white_piece_material;  ///< centipawns, pawns and king left out
 extern int black_piece_material;
-extern int white_development;             ///< steps of development done, 0..6
+extern int white_development;  ///< steps of development done, 0..6
 extern int black_development;
 
 /// Squares of the men of one colour, from a1 to h8.

@@ -34,12 +34,12 @@ constexpr int MIDDLEGAME_LAZY_MARGIN = 350;
 constexpr int LATER_LAZY_MARGIN = 520;
 
 constexpr int FULL_DEVELOPMENT = 6;
-constexpr int TRADE_DOWN_LEAD = 199;    // a lead above it rewards exchanges
-constexpr int TRADE_DOWN_PENALTY = 8;   // for each piece left on the board
+constexpr int TRADE_DOWN_LEAD = 199;   // a lead above it rewards exchanges
+constexpr int TRADE_DOWN_PENALTY = 8;  // for each piece left on the board
 constexpr int MIDDLEGAME_TEMPO = 12;
 constexpr int ENDGAME_TEMPO = 8;
 constexpr int DRAWISH_DIVISOR = 4;
-constexpr int DAMPING_FIRST = 81;       // reversible moves from which the score fades
+constexpr int DAMPING_FIRST = 81;  // reversible moves from which the score fades
 constexpr int DAMPING_LAST = 99;
 
 // Totals of the positional terms by colour.

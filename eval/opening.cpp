@@ -17,9 +17,7 @@ constexpr std::array<int, 8> development_penalty = {0, -5, -20, -35, -50, -65, -
 constexpr int DEVELOPMENT_STEPS = 5;
 
 // A square named from white's side of the board, as the colour sees it.
-template <int Us> constexpr int own(int sq) {
-    return Us == WHITE ? sq : mirror_square[at(sq)];
-}
+template <int Us> constexpr int own(int sq) { return Us == WHITE ? sq : mirror_square[at(sq)]; }
 
 template <int Us> bool stands(int type, int sq) { return piece_on(own<Us>(sq)) == Us * type; }
 

@@ -14,6 +14,7 @@ namespace {
 // Boards drawn as seen from white: rank 8 on top, files a to h.
 using Grid = std::array<int, 64>;
 
+// clang-format off
 // Pawns: the two centre pawns are to advance. Middlegame and transition only.
 constexpr Grid pawn_square_table = {
       0,   0,   0,   0,   0,   0,   0,   0,
@@ -110,6 +111,7 @@ constexpr Grid queen_endgame_table = {
     -20,  -8,  -4,   0,   0,  -4,  -8, -20,
     -30, -20, -10,  -8,  -8, -10, -20, -30,
 };
+// clang-format on
 
 void spread(const Grid& grid, int type, SquareTables& white, SquareTables& black) {
     for (int sq = A1; sq <= H8; ++sq) {

@@ -49,7 +49,8 @@ int quiesce(int alpha, int beta, int qply) {
     for (int index = pick_move(); index >= 0; index = pick_move()) {
         const Move& move = move_at(index);
         if (move.promotion == 0) {
-            if (delta_pruning && best + DELTA_MARGIN + piece_value[at(move.captured)] <= alpha) continue;
+            if (delta_pruning && best + DELTA_MARGIN + piece_value[at(move.captured)] <= alpha)
+                continue;
             if (is_losing_capture(move)) continue;
         }
         make_move(index);

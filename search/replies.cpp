@@ -9,7 +9,7 @@ namespace tarsimo {
 
 namespace {
 
-constexpr int REDUCTION_MIN_DEPTH = 5;      // half-plies; deeper nodes reduce
+constexpr int REDUCTION_MIN_DEPTH = 5;  // half-plies; deeper nodes reduce
 constexpr int FIRST_REDUCED_REPLY = 4;
 
 // Which replies are reduced: by the rule of the reply search, or by that of the root loop.
@@ -65,8 +65,9 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
         } else {
             if (may_reduce && is_reduced<Rule>(move, type, n, gives_check)) {
                 ++statistics.lmr;
-                score = -search(-alpha - 1, -alpha,
-                                new_depth - ONE_PLY * late_move_reduction(depth, n), true, gives_check);
+                score =
+                    -search(-alpha - 1, -alpha, new_depth - ONE_PLY * late_move_reduction(depth, n),
+                            true, gives_check);
             }
             if (score > alpha && !search_aborted) {
                 score = -search(-alpha - 1, -alpha, new_depth, true, gives_check);

@@ -34,10 +34,10 @@ constexpr int NULL_MIN_MATERIAL = 330;  // more than a bishop, or zugzwang is to
 constexpr int NULL_REDUCTION = 3;       // plies
 constexpr int NULL_EVAL_MARGIN = 99;
 constexpr int NULL_MATE_SCORE = 31900;
-constexpr int NULL_VERIFY_DEPTH = 11;   // deeper nodes verify the cut
+constexpr int NULL_VERIFY_DEPTH = 11;  // deeper nodes verify the cut
 
 constexpr int PROBCUT_MIN_DEPTH = 10;
-constexpr int PROBCUT_REDUCTION = 8;    // half-plies
+constexpr int PROBCUT_REDUCTION = 8;  // half-plies
 constexpr int PROBCUT_BETA_LIMIT = 31871;
 constexpr int PROBCUT_IMPROVING_MARGIN = 250;
 constexpr int PROBCUT_MARGIN = 300;
@@ -63,42 +63,44 @@ constexpr std::array<int, 11> futility_margin_many = {150, 150, 150, 150, 400, 4
 constexpr std::array<int, 11> futility_margin_few = {150, 200, 200, 400, 400, 400,
                                                      400, 600, 600, 700, 700};
 
+// clang-format off
 // Row: half the depth. Entry v - 1 is the move number from which the reduction is at least
 // v plies, 64 where the row does not reach v.
 constexpr std::array<std::array<int, 6>, 32> lmr_starts = {{
-    {64, 64, 64, 64, 64, 64},
-    {1, 64, 64, 64, 64, 64},
-    {1, 64, 64, 64, 64, 64},
-    {1, 64, 64, 64, 64, 64},
-    {1, 28, 64, 64, 64, 64},
-    {1, 20, 64, 64, 64, 64},
-    {1, 16, 39, 64, 64, 64},
-    {1, 13, 31, 64, 64, 64},
-    {1, 12, 26, 56, 64, 64},
-    {1, 11, 22, 47, 64, 64},
-    {1, 10, 20, 41, 64, 64},
-    {1, 9, 18, 36, 64, 64},
-    {1, 8, 16, 32, 64, 64},
-    {1, 8, 15, 29, 57, 64},
-    {1, 8, 14, 27, 52, 64},
-    {1, 7, 14, 25, 48, 64},
-    {1, 7, 13, 24, 44, 64},
-    {1, 7, 12, 22, 40, 64},
-    {1, 7, 12, 21, 40, 64},
-    {1, 6, 11, 19, 37, 64},
-    {1, 6, 10, 18, 35, 62},
-    {1, 6, 10, 17, 33, 58},
-    {1, 6, 10, 17, 31, 55},
-    {1, 6, 10, 17, 30, 53},
-    {1, 6, 10, 16, 29, 50},
-    {1, 6, 10, 16, 28, 48},
-    {1, 6, 9, 15, 27, 46},
-    {1, 6, 9, 15, 26, 45},
-    {1, 5, 9, 15, 25, 43},
-    {1, 5, 9, 14, 25, 41},
-    {1, 5, 9, 14, 24, 40},
-    {1, 5, 9, 14, 23, 39},
+    {64, 64, 64, 64, 64, 64},  // 0
+    { 1, 64, 64, 64, 64, 64},  // 1
+    { 1, 64, 64, 64, 64, 64},  // 2
+    { 1, 64, 64, 64, 64, 64},  // 3
+    { 1, 28, 64, 64, 64, 64},  // 4
+    { 1, 20, 64, 64, 64, 64},  // 5
+    { 1, 16, 39, 64, 64, 64},  // 6
+    { 1, 13, 31, 64, 64, 64},  // 7
+    { 1, 12, 26, 56, 64, 64},  // 8
+    { 1, 11, 22, 47, 64, 64},  // 9
+    { 1, 10, 20, 41, 64, 64},  // 10
+    { 1,  9, 18, 36, 64, 64},  // 11
+    { 1,  8, 16, 32, 64, 64},  // 12
+    { 1,  8, 15, 29, 57, 64},  // 13
+    { 1,  8, 14, 27, 52, 64},  // 14
+    { 1,  7, 14, 25, 48, 64},  // 15
+    { 1,  7, 13, 24, 44, 64},  // 16
+    { 1,  7, 12, 22, 40, 64},  // 17
+    { 1,  7, 12, 21, 40, 64},  // 18
+    { 1,  6, 11, 19, 37, 64},  // 19
+    { 1,  6, 10, 18, 35, 62},  // 20
+    { 1,  6, 10, 17, 33, 58},  // 21
+    { 1,  6, 10, 17, 31, 55},  // 22
+    { 1,  6, 10, 17, 30, 53},  // 23
+    { 1,  6, 10, 16, 29, 50},  // 24
+    { 1,  6, 10, 16, 28, 48},  // 25
+    { 1,  6,  9, 15, 27, 46},  // 26
+    { 1,  6,  9, 15, 26, 45},  // 27
+    { 1,  5,  9, 15, 25, 43},  // 28
+    { 1,  5,  9, 14, 25, 41},  // 29
+    { 1,  5,  9, 14, 24, 40},  // 30
+    { 1,  5,  9, 14, 23, 39},  // 31
 }};
+// clang-format on
 
 constexpr auto make_lmr_table() {
     std::array<std::array<std::int8_t, 64>, 32> table{};
@@ -118,13 +120,13 @@ struct Node {
     bool allow_null;
     bool in_check;
     bool pv;
-    bool eligible;         // for the static pruning rules
-    bool null_ok;          // the table does not speak against a null move
-    int eval;              // static evaluation; not set in check
-    bool null_failed;      // a null move was tried and did not reach beta
-    bool mate_threat;      // and it let the opponent mate
-    int futility_value;    // best score that a futile move can hope for
-    bool futile;           // and it does not reach alpha
+    bool eligible;       // for the static pruning rules
+    bool null_ok;        // the table does not speak against a null move
+    int eval;            // static evaluation; not set in check
+    bool null_failed;    // a null move was tried and did not reach beta
+    bool mate_threat;    // and it let the opponent mate
+    int futility_value;  // best score that a futile move can hope for
+    bool futile;         // and it does not reach alpha
 };
 
 bool both_sides_have_pieces() { return white_pieces > 0 && black_pieces > 0; }
@@ -254,7 +256,8 @@ bool is_pruned(Node& node, const Move& move, int type, int n, int new_depth, int
         best = std::max(best, node.futility_value);
         return true;
     }
-    if (n > lmp_limit[at(node.depth)] && !node.null_failed && current_move_score < history_max / 10) {
+    if (n > lmp_limit[at(node.depth)] && !node.null_failed &&
+        current_move_score < history_max / 10) {
         return true;
     }
     return new_depth <= SEE_PRUNING_MAX_DEPTH && type != KING && loses_exchange(move);
@@ -314,7 +317,8 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
     node.allow_null = allow_null;
     node.in_check = node_in_check;
     node.pv = beta - alpha > 1;
-    node.eligible = !node.pv && !node_in_check && alpha >= -ELIGIBLE_BOUND && beta <= ELIGIBLE_BOUND;
+    node.eligible =
+        !node.pv && !node_in_check && alpha >= -ELIGIBLE_BOUND && beta <= ELIGIBLE_BOUND;
     node.null_ok = true;
 
     // Transposition table. A PV node never ends on an exact entry.
@@ -342,7 +346,8 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         const int eval_two_plies_back = search_ply >= 2 ? eval_stack[at(search_ply - 2)] : 0;
 
         // Razoring: hopelessly low, and the captures do not help.
-        if (node.eligible && pieces_on_both_sides && depth <= RAZOR_MAX_DEPTH && hash_move.from == 0) {
+        if (node.eligible && pieces_on_both_sides && depth <= RAZOR_MAX_DEPTH &&
+            hash_move.from == 0) {
             const int threshold = beta - (RAZOR_BASE + RAZOR_SLOPE * depth);
             if (node.eval < threshold) {
                 score = quiesce(threshold - 1, threshold, 0);
@@ -370,7 +375,8 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         // ProbCut, in zero-width nodes.
         if (!node.pv && depth >= PROBCUT_MIN_DEPTH && beta >= -PROBCUT_BETA_LIMIT &&
             beta <= PROBCUT_BETA_LIMIT) {
-            const int margin = node.eval >= eval_two_plies_back ? PROBCUT_IMPROVING_MARGIN : PROBCUT_MARGIN;
+            const int margin =
+                node.eval >= eval_two_plies_back ? PROBCUT_IMPROVING_MARGIN : PROBCUT_MARGIN;
             hash_move = node_hash_move;
             if (probcut_cuts(node, std::min(beta + margin, PROBCUT_CAP), score)) return score;
             if (search_aborted) return 0;
@@ -386,8 +392,9 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
 
         // Futility: quiet moves are skipped when even a margin does not lift them to alpha.
         if (!node.pv && depth <= FUTILITY_MAX_DEPTH && !node.mate_threat) {
-            const auto& margin = white_pieces + black_pieces > FUTILITY_FEW_PIECES ? futility_margin_many
-                                                                                   : futility_margin_few;
+            const auto& margin = white_pieces + black_pieces > FUTILITY_FEW_PIECES
+                                     ? futility_margin_many
+                                     : futility_margin_few;
             node.futility_value = node.eval + margin[at(depth - 2)];
             node.futile = node.futility_value < alpha;
         }
@@ -425,7 +432,8 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         } else if ((depth <= EXTENSION_MAX_DEPTH || node.pv) && is_extended(move, type)) {
             new_depth = depth;
             ++statistics.extensions;
-        } else if (!node.mate_threat && !node_in_check && is_pruned(node, move, type, n, new_depth, best)) {
+        } else if (!node.mate_threat && !node_in_check &&
+                   is_pruned(node, move, type, n, new_depth, best)) {
             unmake_move();
             continue;
         }
@@ -438,8 +446,8 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
             score = alpha + 1;
             if (is_reduced(node, move, type, n, gives_check)) {
                 ++statistics.lmr;
-                score = -search(-alpha - 1, -alpha, new_depth - ONE_PLY * late_move_reduction(depth, n),
-                                true, false);
+                score = -search(-alpha - 1, -alpha,
+                                new_depth - ONE_PLY * late_move_reduction(depth, n), true, false);
             }
             if (score > alpha && !search_aborted) {
                 score = -search(-alpha - 1, -alpha, new_depth, true, gives_check);

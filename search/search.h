@@ -11,10 +11,10 @@
 
 namespace tarsimo {
 
-constexpr int ONE_PLY = 2;              ///< half-plies of one ply
-constexpr int MATE_BOUND = 32000;       ///< mate-distance bounds count from here
-constexpr int MATED_SCORE = 31999;      ///< a side mated at ply p scores p - MATED_SCORE
-constexpr int MATE_THRESHOLD = 31900;   ///< above it in magnitude a score is a mate score
+constexpr int ONE_PLY = 2;             ///< half-plies of one ply
+constexpr int MATE_BOUND = 32000;      ///< mate-distance bounds count from here
+constexpr int MATED_SCORE = 31999;     ///< a side mated at ply p scores p - MATED_SCORE
+constexpr int MATE_THRESHOLD = 31900;  ///< above it in magnitude a score is a mate score
 
 /// Nodes between two stop tests; a power of two.
 constexpr int STOP_TEST_INTERVAL = 8192;
@@ -93,10 +93,10 @@ constexpr int NO_ENTRY = 4;
 struct TTEntry {
     std::uint64_t key;
     int bound;
-    int depth;                ///< half-plies of the search that stored it
-    int score;                ///< mate scores count from the stored node
-    int generation;           ///< tt_generation when stored
-    int from;                 ///< best move, 0 when none
+    int depth;       ///< half-plies of the search that stored it
+    int score;       ///< mate scores count from the stored node
+    int generation;  ///< tt_generation when stored
+    int from;        ///< best move, 0 when none
     int to;
     std::int16_t move_extra;  ///< always 0
 };
@@ -104,8 +104,8 @@ struct TTEntry {
 constexpr std::uint64_t tt_size = 6710886;  ///< entries; 268435440 bytes
 static_assert(sizeof(TTEntry) == 40);
 
-extern TTEntry* tt_table;   ///< null until allocate_hash_tables()
-extern int tt_generation;   ///< raised before every search, 0 after a clear
+extern TTEntry* tt_table;  ///< null until allocate_hash_tables()
+extern int tt_generation;  ///< raised before every search, 0 after a clear
 
 /// Allocate both hash tables zero-filled, releasing those held. Prints a message and ends
 /// the program when there is no memory.
@@ -165,17 +165,17 @@ bool is_exempt_pawn_move(int type, int colour, int to);
 
 /// Events of one search, cleared by the think driver.
 struct SearchStatistics {
-    std::uint64_t razoring;        ///< nodes left by razoring
-    std::uint64_t static_null;     ///< nodes left by the static null move
-    std::uint64_t futility;        ///< moves skipped by futility pruning
-    std::uint64_t lmr;             ///< reduced searches begun
-    std::uint64_t on_trial;        ///< always 0: printed, counted by nothing; deliberate
-    std::uint64_t extensions;      ///< extended moves, checks included
+    std::uint64_t razoring;     ///< nodes left by razoring
+    std::uint64_t static_null;  ///< nodes left by the static null move
+    std::uint64_t futility;     ///< moves skipped by futility pruning
+    std::uint64_t lmr;          ///< reduced searches begun
+    std::uint64_t on_trial;     ///< always 0: printed, counted by nothing; deliberate
+    std::uint64_t extensions;   ///< extended moves, checks included
     std::uint64_t check_extensions;
     std::uint64_t hash_probes;
-    std::uint64_t hash_hits;       ///< probes that found sufficient depth
+    std::uint64_t hash_hits;  ///< probes that found sufficient depth
     std::uint64_t null_tries;
-    std::uint64_t null_cuts;       ///< null moves that reached beta, before verification
+    std::uint64_t null_cuts;  ///< null moves that reached beta, before verification
 };
 
 extern SearchStatistics statistics;

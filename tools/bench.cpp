@@ -27,7 +27,8 @@ struct BenchPosition {
 constexpr int DEEPEST = 60;
 
 // Depths of the built-in suite's positions, chosen for like times.
-constexpr std::array<int, SUITE_SIZE> suite_plies = {12, 10, 12, 18, 40, 16, 17, 16, 11, 22, 10, 14, 13};
+constexpr std::array<int, SUITE_SIZE> suite_plies = {12, 10, 12, 18, 40, 16, 17,
+                                                     16, 11, 22, 10, 14, 13};
 
 // Every phase of the game, from the opening to pawn endings and bare mates.
 constexpr std::array<BenchPosition, 20> more_positions = {{

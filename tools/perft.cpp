@@ -98,8 +98,8 @@ int check_line(const std::string& line, int deepest, std::uint64_t& leaves) {
         leaves += counted;
         if (counted == expected) continue;
         ++mismatches;
-        std::printf("%s depth %d: %" PRIu64 " instead of %" PRIu64 "\n", fen.c_str(), depth, counted,
-                    expected);
+        std::printf("%s depth %d: %" PRIu64 " instead of %" PRIu64 "\n", fen.c_str(), depth,
+                    counted, expected);
     }
     return mismatches;
 }
