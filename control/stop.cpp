@@ -42,8 +42,10 @@ bool gui_says_stop() {
 
 bool must_stop() {
     // Whatever arrives while pondering ends it, and is left for the command loop.
-    if (pondering) return line_waiting() ? (stop_requested = true) : budgets_spent(PONDER_BUDGETS);
-
+    if (pondering) {
+        stop_requested = line_waiting();
+        return stop_requested || budgets_spent(PONDER_BUDGETS);
+    }
     if (budgets_spent(1)) return overtime_is_over();
     stop_requested = xboard_mode ? gui_says_stop() : key_pressed();
     return stop_requested;
