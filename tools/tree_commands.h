@@ -86,8 +86,9 @@ inline std::string list_figures() {
         const Move& m = move_at(i);
         text += std::to_string(m.from) + " " + std::to_string(m.to) + " " + square_name(m.from) +
                 square_name(m.to) + " captured " + std::to_string(m.captured) + " promotion " +
-                std::to_string(m.promotion) + " castle " + std::to_string(m.castle) + " ep_capture " +
-                std::to_string(m.ep_capture) + " score " + std::to_string(m.score) + "\n";
+                std::to_string(m.promotion) + " castle " + std::to_string(m.castle) +
+                " ep_capture " + std::to_string(m.ep_capture) + " score " +
+                std::to_string(m.score) + "\n";
     }
     return text + "moves " + std::to_string(move_count);
 }
@@ -121,8 +122,8 @@ inline bool execute(const std::string& line, std::string& figures) {
         const auto second = text.rfind(' ', last - 1);
         if (second == std::string::npos) return false;
         set_up(text.substr(0, second));
-        figures = "see " + std::to_string(see(square_number(text.substr(second + 1, last - second - 1)),
-                                              square_number(text.substr(last + 1))));
+        const int from = square_number(text.substr(second + 1, last - second - 1));
+        figures = "see " + std::to_string(see(from, square_number(text.substr(last + 1))));
     } else if (command == "eval") {
         set_up(rest(line));
         figures = "eval " + std::to_string(evaluate(-MATE_BOUND, MATE_BOUND));

@@ -7,9 +7,7 @@ int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
 
     init_engine();
-    test::start_up = {zobrist[0][0], zobrist[13][E1], side_key, hash_key, 0};
-    compute_hash_key();
-    test::start_up.full_key = hash_key;
+    test::start_up = {zobrist, side_key, hash_key};
     const int result = RUN_ALL_TESTS();
     free_hash_tables();
     return result;

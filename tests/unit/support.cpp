@@ -1,4 +1,4 @@
-// Helpers of the unit tests.
+// What the unit tests share.
 #include "support.h"
 
 #include <cstdlib>
@@ -12,6 +12,9 @@ StartUp start_up{};
 void Engine::SetUp() {
     xboard_mode = false;
     init_engine();
+    zobrist = start_up.keys;
+    side_key = start_up.side_key;
+    compute_hash_key();
     reset_search();
     stop_test_enabled = false;
     stop_requested = false;
@@ -22,10 +25,9 @@ void Engine::SetUp() {
 }
 
 Snapshot snapshot() {
-    return {board,          square_moves,   side,        white_king_sq, black_king_sq,
-            ep_square,      fifty,          hash_key,    white_castled, black_castled,
-            white_material, black_material, white_pawns, black_pawns,   white_pieces,
-            black_pieces,   game_ply,       search_ply};
+    return {board,       square_moves, side,          white_king_sq, black_king_sq,  ep_square,
+            fifty,       hash_key,     white_castled, black_castled, white_material, black_material,
+            white_pawns, black_pawns,  white_pieces,  black_pieces,  game_ply,       search_ply};
 }
 
 Snapshot recounted() {
@@ -169,6 +171,11 @@ std::vector<std::string> data_lines(const std::string& file) {
         if (!line.empty() && line[0] != '#') lines.push_back(line);
     }
     return lines;
+}
+
+void start_clock_ago(int elapsed) {
+    search_start_ms =
+        static_cast<int>(static_cast<unsigned>(clock_ms()) - static_cast<unsigned>(elapsed));
 }
 
 std::string output_of(const std::function<void()>& function) {

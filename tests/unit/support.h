@@ -23,17 +23,16 @@ inline constexpr char START_FEN[] = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR
 /// A wide window.
 constexpr int INF = MATE_BOUND;
 
-/// Facts of the program's first initialisation, noted by main() before any test runs.
+/// Keys of the program's first game, noted by main() before any test runs.
 struct StartUp {
-    std::uint64_t first_key;       ///< zobrist[0][0]
-    std::uint64_t sample_key;      ///< white king on e1
+    decltype(zobrist) keys;
     std::uint64_t side_key;
-    std::uint64_t position_key;    ///< of the initial position
-    std::uint64_t full_key;        ///< the same, computed once the side to move was known
+    std::uint64_t position_key;  ///< of the initial position
 };
 extern StartUp start_up;
 
-/// A fresh engine on the console, deaf to clock and keyboard.
+/// A fresh engine on the console, deaf to clock and keyboard, with the keys of the program's
+/// first game.
 class Engine : public ::testing::Test {
   protected:
     void SetUp() override;
@@ -88,6 +87,9 @@ void flip_colours();
 
 /// Lines of a data file that are neither empty nor comments.
 std::vector<std::string> data_lines(const std::string& file);
+
+/// Let the current think have begun so many milliseconds ago.
+void start_clock_ago(int elapsed);
 
 /// What a function prints.
 std::string output_of(const std::function<void()>& function);
