@@ -70,10 +70,7 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
                             true, gives_check);
             }
             if (score > alpha && !search_aborted) {
-                score = -search(-alpha - 1, -alpha, new_depth, true, gives_check);
-                if (score > alpha && score < beta && !search_aborted) {
-                    score = -search(-beta, -alpha, new_depth, true, gives_check);
-                }
+                score = search_late_move(alpha, beta, new_depth, gives_check);
             }
         }
         unmake_move();

@@ -114,19 +114,18 @@ constexpr auto make_lmr_table() {
 
 // What a node knows when it comes to its static rules.
 struct Node {
-    int alpha;
-    int beta;
-    int depth;
-    bool allow_null;
-    bool in_check;
-    bool pv;
-    bool eligible;       // for the static pruning rules
-    bool null_ok;        // the table does not speak against a null move
-    int eval;            // static evaluation; not set in check
-    bool null_failed;    // a null move was tried and did not reach beta
-    bool mate_threat;    // and it let the opponent mate
-    int futility_value;  // best score that a futile move can hope for
-    bool futile;         // and it does not reach alpha
+    int alpha = 0;
+    int beta = 0;
+    int depth = 0;
+    bool allow_null = false;
+    bool pv = false;
+    bool eligible = false;     // for the static pruning rules
+    bool null_ok = true;       // the table does not speak against a null move
+    int eval = 0;              // static evaluation; not set in check
+    bool null_failed = false;  // a null move was tried and did not reach beta
+    bool mate_threat = false;  // and it let the opponent mate
+    int futility_value = 0;    // best score that a futile move can hope for
+    bool futile = false;       // and it does not reach alpha
 };
 
 bool both_sides_have_pieces() { return white_pieces > 0 && black_pieces > 0; }
@@ -280,6 +279,12 @@ int late_move_reduction(int depth, int move_number) {
     return lmr_table[at(std::min(depth / 2, 31))][at(std::min(move_number, 63))];
 }
 
+int search_late_move(int alpha, int beta, int new_depth, bool gives_check) {
+    const int score = -search(-alpha - 1, -alpha, new_depth, true, gives_check);
+    if (score <= alpha || score >= beta || search_aborted) return score;
+    return -search(-beta, -alpha, new_depth, true, gives_check);
+}
+
 int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) {
     note_node('S', alpha, beta, depth, allow_null, node_in_check);
 
@@ -310,16 +315,10 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         return 0;
     }
 
-    Node node{};
-    node.alpha = alpha;
-    node.beta = beta;
-    node.depth = depth;
-    node.allow_null = allow_null;
-    node.in_check = node_in_check;
-    node.pv = beta - alpha > 1;
-    node.eligible =
-        !node.pv && !node_in_check && alpha >= -ELIGIBLE_BOUND && beta <= ELIGIBLE_BOUND;
-    node.null_ok = true;
+    const bool pv = beta - alpha > 1;
+    const bool eligible =
+        !pv && !node_in_check && alpha >= -ELIGIBLE_BOUND && beta <= ELIGIBLE_BOUND;
+    Node node{alpha, beta, depth, allow_null, pv, eligible};
 
     // Transposition table. A PV node never ends on an exact entry.
     int score = 0;
@@ -450,10 +449,7 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
                                 new_depth - ONE_PLY * late_move_reduction(depth, n), true, false);
             }
             if (score > alpha && !search_aborted) {
-                score = -search(-alpha - 1, -alpha, new_depth, true, gives_check);
-                if (score > alpha && score < beta && !search_aborted) {
-                    score = -search(-beta, -alpha, new_depth, true, gives_check);
-                }
+                score = search_late_move(alpha, beta, new_depth, gives_check);
             }
         }
         unmake_move();

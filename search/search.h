@@ -59,6 +59,10 @@ int late_move_reduction(int depth, int move_number);
 /// Returns the score, or 0 with search_aborted set.
 int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check);
 
+/// Score of a move that has been made and is not the first of its node, for the side that made
+/// it: a zero-width search, and one with the full bounds when the move lands between them.
+int search_late_move(int alpha, int beta, int new_depth, bool gives_check);
+
 /// Captures and queen promotions until the position is quiet. `qply` is 0 when called by
 /// search and falls by one a ply; repetitions are looked for at 0 only. No check evasions.
 /// Returns the score, or 0 with search_aborted set.

@@ -1,0 +1,199 @@
+"""The other side of the engine: a person at a terminal, a script at a pipe, a GUI.
+
+Every wait has a timeout of its own; a wait that runs out fails with what came until then.
+The timeouts are upper limits against hangs, generous for a slow machine.
+"""
+import os
+import re
+import select
+import subprocess
+import time
+from pathlib import Path
+
+import pexpect
+import pytest
+
+REPOSITORY = Path(__file__).resolve().parents[2]
+ENGINE = os.environ.get("TARSIMO", str(REPOSITORY / "build" / "tarsimo"))
+PATIENCE = 20.0
+
+PROMPT = "Su jugada: "
+REFUSAL = "Jugada ilegal o Comando no reconocido\n"
+START = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR"
+FRAME = "   +---+---+---+---+---+---+---+---+\n"
+
+NO_SEARCH = """
+
+  Razoring           0    Nul_estatic         0
+  Futility           0    LMR                 0   En prueba             0
+  Extensores         0    Ex_jaque            0 
+  Hash_prob          0    Hash_exito          0    0%
+  Nulos_prob         0    Nulos_exito         0    0%
+  Eval_hash          0    Eval_lazy           0   Eval_completa         0
+
+  Crono = 0 seg, Pos/Seg = 0
+"""
+
+THINKING = re.compile(r"(\d+) {1,6}(-?\d+) (\d+) (\d+) {4}"
+                      r"((?:[ NBRQK][a-h][1-8][-x][a-h][1-8] ){1,12})")
+MOVE = re.compile(r"move ([a-h][1-8][a-h][1-8][qrbn]?)  ")
+
+
+def diagram(placement, white_to_move=True):
+    """The board that the console shows for the placement field of a FEN text."""
+    rows = []
+    for rank, row in zip(range(8, 0, -1), placement.split("/")):
+        row = re.sub(r"\d", lambda blanks: " " * int(blanks[0]), row)
+        cells = (("|*" if c.islower() else "| ") + dict(zip("PNBRQK", "PCATDR")).get(c.upper(), " ")
+                 + " " for c in row)
+        rows.append(f" {rank} {''.join(cells)}|\n{FRAME}")
+    mover = " BLANCAS JUEGAN \n" if white_to_move else " NEGRAS JUEGAN  \n"
+    return f"\n{FRAME}{''.join(rows)}     a   b   c   d   e   f   g   h \n\n{mover}"
+
+
+GREETING = "\n   Tarsimo II version 2023, febrero 2023 " + diagram(START)
+
+
+def console_session(script, timeout=PATIENCE):
+    """Feed a script through a pipe; what was printed after the greeting, and the exit status."""
+    data = script if isinstance(script, bytes) else script.encode("latin-1")
+    done = subprocess.run([ENGINE], input=data, capture_output=True, timeout=timeout, check=False)
+    output = done.stdout.decode("latin-1")
+    assert output.startswith(GREETING), f"greeting: {output[:1200]!r}"
+    assert done.stderr == b""
+    return output[len(GREETING):], done.returncode
+
+
+class Gui:
+    """An engine under CECP, with the lines that it has sent. A broken pipe is no signal to it,
+    so that it has to notice by itself that nobody listens."""
+
+    def __init__(self):
+        self.process = subprocess.Popen([ENGINE], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        bufsize=0, restore_signals=False)
+        self.buffer = b""
+        self.pings = 1000
+        self.send("xboard")
+        self.take(len(GREETING + PROMPT))
+
+    def write(self, data):
+        self.process.stdin.write(data)
+
+    def send(self, *lines):
+        """Send lines in one write, as a GUI's packet may hold several."""
+        self.write("".join(line + "\n" for line in lines).encode("latin-1"))
+
+    def _receive(self, deadline):
+        wait = max(deadline - time.monotonic(), 0)
+        ready, _, _ = select.select([self.process.stdout], [], [], wait)
+        assert ready, f"nothing more arrived; the last was {self.buffer[-400:]!r}"
+        data = os.read(self.process.stdout.fileno(), 65536)
+        self.buffer += data
+        return data != b""
+
+    def take(self, count):
+        """The next characters, exactly so many."""
+        deadline = time.monotonic() + PATIENCE
+        while len(self.buffer) < count:
+            assert self._receive(deadline), f"the output ended: {self.buffer!r}"
+        taken, self.buffer = self.buffer[:count], self.buffer[count:]
+        return taken.decode("latin-1")
+
+    def line(self, timeout=PATIENCE):
+        """The next line without its newline; None at the end of the output."""
+        deadline = time.monotonic() + timeout
+        while b"\n" not in self.buffer:
+            if not self._receive(deadline):
+                assert self.buffer == b"", f"a line without its end: {self.buffer!r}"
+                return None
+        line, self.buffer = self.buffer.split(b"\n", 1)
+        return line.decode("latin-1")
+
+    def sync(self):
+        """The lines that came before the answer to a ping. For an engine that does not think."""
+        self.pings += 1
+        self.send(f"ping {self.pings}")
+        return self.until(f"pong {self.pings}")
+
+    def until(self, wanted):
+        """The lines before one that equals `wanted`."""
+        lines = []
+        while (line := self.line()) != wanted:
+            assert line is not None, f"the output ended before {wanted!r}: {lines[-20:]!r}"
+            lines.append(line)
+        return lines
+
+    def ask(self, *lines):
+        """Send lines that need no thought; the lines of the answer."""
+        self.send(*lines)
+        return self.sync()
+
+    def think(self, *lines):
+        """Send lines, await the move; the thinking lines before it and the move."""
+        self.send(*lines)
+        return self.await_move()
+
+    def await_move(self):
+        thoughts = []
+        while not (move := MOVE.fullmatch(line := self.line() or "")):
+            thoughts.append(self.thought(line))
+        return thoughts, move[1]
+
+    @staticmethod
+    def thought(line):
+        """A thinking line as (depth, score, centiseconds, nodes, variation)."""
+        match = THINKING.fullmatch(line)
+        assert match, f"no thinking line: {line!r}"
+        return *map(int, match.groups()[:4]), re.sub("[NBRQKx-]", "", match[5]).split()
+
+    def end(self, timeout=PATIENCE):
+        """The remaining lines and the exit status of an engine that is to end by itself."""
+        lines = []
+        while (line := self.line(timeout)) is not None:
+            lines.append(line)
+        return lines, self.process.wait(timeout)
+
+    def close(self):
+        for pipe in (self.process.stdin, self.process.stdout):
+            pipe.close()
+        self.process.kill()
+        self.process.wait(PATIENCE)
+
+
+@pytest.fixture
+def new_gui():
+    guis = []
+
+    def start():
+        guis.append(Gui())
+        return guis[-1]
+
+    yield start
+    for gui in guis:
+        gui.close()
+
+
+@pytest.fixture
+def gui(new_gui):
+    return new_gui()
+
+
+@pytest.fixture
+def assert_legal(new_gui):
+    """Replay moves in a second engine that only checks them."""
+    referee = new_gui()
+
+    def check(moves, fen=None):
+        referee.send("new", f"setboard {fen}" if fen else "force", "force", *moves)
+        assert referee.sync() == [], f"illegal: {moves!r} from {fen or 'the initial position'}"
+
+    return check
+
+
+@pytest.fixture
+def terminal():
+    """The engine on a pseudo-terminal, at its first prompt."""
+    child = pexpect.spawn(ENGINE, encoding="latin-1", timeout=PATIENCE, dimensions=(50, 200))
+    child.delaybeforesend = None
+    yield child
+    child.close(force=True)
