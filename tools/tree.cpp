@@ -1,18 +1,34 @@
 // tarsimo-tree: the figures of single searches, to compare trees between builds.
 //
-// Reads one command a line, from its arguments or standard input; tree_commands.h lists
-// them. Each prints its figures.
+//   tarsimo-tree COMMAND ...            the figures of each command; tree_commands.h lists them
+//   tarsimo-tree                        the same, a command a line from standard input
+//   tarsimo-tree --pin < OLD > NEW      a list of pinned figures (tests/data/trees.txt) with the
+//                                       figures of this build, for a change meant to alter trees
 #include "tools/tree_commands.h"
 
 #include <iostream>
 
 namespace {
 
-void execute_or_complain(const std::string& line) {
+constexpr char ARROW[] = " =>";
+
+std::string figures_of(const std::string& command) {
     std::string figures;
-    if (tarsimo::tree::execute(line, figures)) std::printf("%s\n", figures.c_str());
-    else std::printf("not understood: %s\n", line.c_str());
-    std::fflush(stdout);
+    return tarsimo::tree::execute(command, figures) ? figures : "not understood: " + command;
+}
+
+// Comments stay; figures on the lines below a command are made anew with it.
+void pin(const std::string& line) {
+    const auto arrow = line.find(ARROW);
+    if (line.empty() || line[0] == '#') {
+        std::printf("%s\n", line.c_str());
+    } else if (arrow != std::string::npos) {
+        const std::string command = line.substr(0, arrow);
+        const std::string figures = figures_of(command);
+        const bool several_lines = figures.find('\n') != std::string::npos;
+        std::printf("%s%s%s%s\n", command.c_str(), ARROW, several_lines ? "\n" : " ",
+                    figures.c_str());
+    }
 }
 
 }  // namespace
@@ -20,7 +36,15 @@ void execute_or_complain(const std::string& line) {
 int main(int argc, char** argv) {
     tarsimo::init_engine();
     tarsimo::stop_test_enabled = false;
-    for (int i = 1; i < argc; ++i) execute_or_complain(argv[i]);
+    const bool pinning = argc == 2 && std::string(argv[1]) == "--pin";
+    if (argc > 1 && !pinning) {
+        for (int i = 1; i < argc; ++i) std::printf("%s\n", figures_of(argv[i]).c_str());
+        return 0;
+    }
     std::string line;
-    while (argc == 1 && std::getline(std::cin, line)) execute_or_complain(line);
+    while (std::getline(std::cin, line)) {
+        if (pinning) pin(line);
+        else std::printf("%s\n", figures_of(line).c_str());
+        std::fflush(stdout);
+    }
 }

@@ -1,8 +1,10 @@
 // What the unit tests share.
 #include "support.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <random>
 #include <sstream>
 
 namespace tarsimo::test {
@@ -16,12 +18,8 @@ void Engine::SetUp() {
     side_key = start_up.side_key;
     compute_hash_key();
     reset_search();
-    stop_test_enabled = false;
-    stop_requested = false;
-    pondering = false;
-    first_root_move = false;
-    time_extended = false;
-    search_start_ms = clock_ms();
+    stop_test_enabled = stop_requested = pondering = first_root_move = time_extended = false;
+    start_clock_ago(0);
 }
 
 Snapshot snapshot() {
@@ -63,35 +61,18 @@ std::string name_of(const Move& move) {
     return name;
 }
 
-std::string list_names(bool with_scores) {
-    std::string names;
-    for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
-        if (!names.empty()) names += ' ';
-        names += name_of(move_at(i));
-        if (with_scores) names += ":" + std::to_string(move_at(i).score);
-    }
-    return names;
-}
-
 int find_move(const std::string& name) {
+    generate_moves();
     for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
         if (name_of(move_at(i)) == name) return i;
     }
     return -1;
 }
 
-Move move_named(const std::string& name) {
-    generate_moves();
-    const int index = find_move(name);
-    EXPECT_GE(index, 0) << "no move " << name;
-    return index >= 0 ? move_at(index) : Move{};
-}
-
 void play(const std::string& names) {
     std::istringstream words(names);
     std::string name;
     while (words >> name) {
-        generate_moves();
         const int index = find_move(name);
         ASSERT_GE(index, 0) << "no move " << name;
         make_move(index);
@@ -104,7 +85,11 @@ std::vector<int> legal_moves() {
     std::vector<int> legal;
     generate_moves();
     for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
-        if (move_at(i).ep_capture != 0 && find_move(name_of(move_at(i))) < i) continue;
+        const Move& m = move_at(i);
+        const auto repeats = [&](int j) {
+            return move_at(j).to == m.to && move_at(j).from == m.from;
+        };
+        if (m.ep_capture != 0 && std::any_of(legal.begin(), legal.end(), repeats)) continue;
         make_move(i);
         if (king_left_safe()) legal.push_back(i);
         unmake_move();
@@ -112,30 +97,19 @@ std::vector<int> legal_moves() {
     return legal;
 }
 
-std::uint64_t perft(int depth) {
-    if (depth == 0) return 1;
-    const std::vector<int> legal = legal_moves();
-    if (depth == 1) return legal.size();
-    std::uint64_t leaves = 0;
-    for (const int index : legal) {
-        make_move(index);
-        leaves += perft(depth - 1);
-        unmake_move();
-    }
-    return leaves;
-}
-
-void visit_random_positions(int games, int plies, const std::function<void()>& visit) {
+int visit_random_positions(int games, int plies, const std::function<void()>& visit) {
     const std::array<const char*, 4> starts = {
         START_FEN, "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
         "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -",
         "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -"};
     std::mt19937 random(20230214);
+    int positions = 0;
     for (int game = 0; game < games; ++game) {
         set_position_fen(starts[at(game) % starts.size()]);
         for (int ply = 0; ply < plies; ++ply) {
             visit();
-            if (::testing::Test::HasFailure()) return;
+            ++positions;
+            if (::testing::Test::HasFailure()) return positions;
             const std::vector<int> legal = legal_moves();
             if (legal.empty()) break;
             make_move(legal[random() % legal.size()]);
@@ -143,24 +117,7 @@ void visit_random_positions(int games, int plies, const std::function<void()>& v
             search_ply = 0;
         }
     }
-}
-
-void flip_colours() {
-    const auto before = board;
-    const auto moves_before = square_moves;
-    for (int sq = A1; sq <= H8; ++sq) {
-        if (!on_board(sq)) continue;
-        board[at(sq)] = -before[at(mirror_square[at(sq)])];
-        square_moves[at(sq)] = moves_before[at(mirror_square[at(sq)])];
-    }
-    const int king = white_king_sq;
-    white_king_sq = mirror_square[at(black_king_sq)];
-    black_king_sq = mirror_square[at(king)];
-    if (ep_square != 0) ep_square = mirror_square[at(ep_square)];
-    std::swap(white_castled, black_castled);
-    side = -side;
-    count_material();
-    compute_hash_key();
+    return positions;
 }
 
 std::vector<std::string> data_lines(const std::string& file) {
@@ -186,3 +143,13 @@ std::string output_of(const std::function<void()>& function) {
 }
 
 }  // namespace tarsimo::test
+
+// The number generator is seeded once in the life of a program, so what its first run yields
+// is noted here, whatever test is run afterwards.
+int main(int argc, char** argv) {
+    using namespace tarsimo;
+    ::testing::InitGoogleTest(&argc, argv);
+    init_engine();
+    test::start_up = {zobrist, side_key, hash_key};
+    return RUN_ALL_TESTS();
+}

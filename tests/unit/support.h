@@ -12,7 +12,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -61,14 +60,8 @@ void set_up(const std::string& fen);
 /// Name of a move as a user types it, "e7e8q".
 std::string name_of(const Move& move);
 
-/// Names of this ply's list, in order, separated by blanks; with scores, "e2e4:0".
-std::string list_names(bool with_scores = false);
-
-/// Index of the first move of this ply's list with a name, or -1.
+/// Generate this ply's list: the index of the first move with a name, or -1.
 int find_move(const std::string& name);
-
-/// Generate the moves and return the one with a name; the test fails when there is none.
-Move move_named(const std::string& name);
 
 /// Make moves of the game, named and separated by blanks; `search_ply` returns to 0.
 void play(const std::string& names);
@@ -76,14 +69,9 @@ void play(const std::string& names);
 /// Generate this ply's list: the indices of its legal moves, en-passant repeats left out.
 std::vector<int> legal_moves();
 
-/// Number of legal paths of a depth in plies.
-std::uint64_t perft(int depth);
-
 /// Play random games from the usual starts, with a fixed seed; calls visit() in each position.
-void visit_random_positions(int games, int plies, const std::function<void()>& visit);
-
-/// Exchange the colours of the position and turn the board round.
-void flip_colours();
+/// Returns how many there were.
+int visit_random_positions(int games, int plies, const std::function<void()>& visit);
 
 /// Lines of a data file that are neither empty nor comments.
 std::vector<std::string> data_lines(const std::string& file);

@@ -1,0 +1,232 @@
+// Make and unmake, keys, ordering scores, picking, and the principal variation.
+#include "support.h"
+
+#include <set>
+
+namespace tarsimo::test {
+
+namespace {
+
+class Make : public Engine {};
+
+// Every move of a list made and unmade, and the null move between.
+void check_moves_of_position() {
+    const Snapshot before = snapshot();
+    ASSERT_TRUE(before == recounted()) << "ply " << game_ply;
+    generate_moves();
+    for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
+        make_move(i);
+        ASSERT_TRUE(snapshot() == recounted()) << name_of(move_at(i));
+        ASSERT_EQ(history_entry(game_ply - 1).key, before.hash_key);
+        unmake_move();
+        ASSERT_TRUE(snapshot() == before) << name_of(move_at(i));
+    }
+    make_null_move();
+    ASSERT_TRUE(snapshot() == recounted());
+    ASSERT_EQ(side, -before.side);
+    ASSERT_EQ(ep_square, 0);
+    ASSERT_EQ(search_ply, before.search_ply);
+    ASSERT_EQ(fifty, before.fifty + 1);
+    const HistoryEntry& record = history_entry(game_ply - 1);
+    ASSERT_EQ(record.key, before.hash_key);
+    ASSERT_EQ(record.from + record.to + record.captured + record.promotion + record.castle, 0);
+    unmake_null_move();
+    ASSERT_TRUE(snapshot() == before);
+}
+
+TEST_F(Make, RandomPlayRestoresEveryField) {
+    EXPECT_GT(visit_random_positions(48, 120, check_moves_of_position), 4000);
+}
+
+// Knights out and home again in a game much longer than the ring of records: records older
+// than the span are gone, all others lead back.
+TEST_F(Make, LongGameKeepsRecentRecords) {
+    constexpr std::array<const char*, 4> cycle = {"g1f3", "g8f6", "f3g1", "f6g8"};
+    constexpr int length = 2 * HISTORY_SIZE + 1000;
+    std::vector<Snapshot> games;
+    for (int ply = 0; ply < length; ++ply) {
+        games.push_back(snapshot());
+        play(cycle[at(ply % 4)]);
+        ASSERT_EQ(is_repetition(), ply >= 3) << ply;
+    }
+    EXPECT_TRUE(can_take_back(HISTORY_SPAN));
+    EXPECT_FALSE(can_take_back(HISTORY_SPAN + 1));
+    for (int i = 1; i <= HISTORY_SPAN; ++i) {
+        ASSERT_TRUE(can_take_back(1)) << i;
+        unmake_move();
+        search_ply = 0;
+        ASSERT_TRUE(snapshot() == games[at(length - i)]) << i;
+    }
+    EXPECT_FALSE(can_take_back(1));
+    init_engine();
+    EXPECT_FALSE(can_take_back(1));
+}
+
+// Counts of reversible moves that reach behind the first record find nothing there.
+TEST_F(Make, RepetitionNeedsTheSamePositionSinceTheLastIrreversibleMove) {
+    play("g1f3 g8f6 f3g1");
+    EXPECT_FALSE(is_repetition());
+    play("f6g8");
+    EXPECT_TRUE(is_repetition());
+    play("e2e4 g8f6 g1f3 f6g8 f3g1");
+    EXPECT_FALSE(is_repetition()) << "the en-passant square of the first time is gone";
+    play("g8f6 g1f3 f6g8 f3g1");
+    EXPECT_TRUE(is_repetition());
+
+    set_position_fen("4k3/8/8/8/8/8/8/4K2R w - -");
+    EXPECT_FALSE(is_repetition());
+    play("h1h2 e8d8 h2h1 d8e8");
+    EXPECT_TRUE(is_repetition());
+    fifty = 3;
+    EXPECT_FALSE(is_repetition());
+}
+
+TEST_F(Make, FirstKeysAreFixed) {
+    EXPECT_EQ(start_up.keys[0][0], 0x4890D6A4039B11BFULL);
+    EXPECT_EQ(start_up.keys[13][E1], 0xF4C9918BC353391BULL);
+    EXPECT_EQ(start_up.side_key, 0x5F82A58CCEAA4CA9ULL);
+    // The side to move is not yet known when the first key of a program is computed.
+    EXPECT_EQ(start_up.position_key, 0x329BE60A77EB008DULL);
+    EXPECT_EQ(start_up.position_key ^ start_up.side_key, hash_key);
+}
+
+TEST_F(Make, EveryGameHasNewKeysAndNoTwoAreEqual) {
+    const auto old_keys = zobrist;
+    init_engine();
+    std::set<std::uint64_t> seen = {0, side_key};
+    for (std::size_t row = 0; row < zobrist.size(); ++row) {
+        for (std::size_t sq = 0; sq <= 98; ++sq) {
+            ASSERT_TRUE(seen.insert(zobrist[row][sq]).second) << row << " " << sq;
+            ASSERT_NE(zobrist[row][sq], old_keys[row][sq]);
+        }
+    }
+    // The key of a new game takes side to move and en-passant square from the game before.
+    play("e2e4");
+    init_engine();
+    EXPECT_EQ(hash_key, recounted().hash_key ^ side_key ^ zobrist[14][E3]);
+}
+
+class Moves : public Engine {
+  protected:
+    // The scores that one of the add operations gives in the current position, in slots that
+    // held `stale`.
+    template <typename Add>
+    static std::vector<int> scores_of(Add add, int from, int to, int stale) {
+        for (int i = 0; i < 4; ++i) move_at(i).score = stale;
+        move_count = 0;
+        add(from, to);
+        std::vector<int> scores;
+        for (int i = 0; i < move_count; ++i) scores.push_back(move_at(i).score);
+        return scores;
+    }
+    using Scores = std::vector<int>;
+};
+
+TEST_F(Moves, QuietScores) {
+    const auto score = [](int from, int to) { return scores_of(add_quiet_move, from, to, 77)[0]; };
+    history[2][E2][E4] = 5;
+    history[0][E2][E4] = 9;
+    killer3[0] = {E2, E4, 0};
+    EXPECT_EQ(score(E2, E4), 1810000);
+    EXPECT_EQ(score(E2, E3), 0);
+    killer2[0] = {E2, E4, 0};
+    EXPECT_EQ(score(E2, E4), 1830000);
+    killer1[0] = {E2, E4, 0};
+    EXPECT_EQ(score(E2, E4), 1860000);
+    hash_move = {E2, E4, 0};
+    EXPECT_EQ(score(E2, E4), 1900000);
+
+    // Killers of another ply are no killers, history is the mover's own.
+    hash_move = {};
+    search_ply = 1;
+    EXPECT_EQ(score(E2, E4), 5);
+    side = BLACK;
+    EXPECT_EQ(score(E2, E4), 9);
+}
+
+// Hash move and first killer come before the exchange; the killer, like the capture of the
+// principal variation in quiescence lists, adds what the slot held.
+TEST_F(Moves, CaptureScores) {
+    const auto score = [](int stale) { return scores_of(add_scored_capture, E4, D5, stale)[0]; };
+    set_up("4k3/8/8/3q4/4P3/8/8/4K3 w - -");
+    killer2[0] = killer3[0] = {E4, D5, 0};
+    EXPECT_EQ(score(77), 1850000 + 16 * 990 - 100);
+    killer1[0] = {E4, D5, 0};
+    EXPECT_EQ(score(77), 1860077);
+    EXPECT_EQ(score(NO_SCORE), 1828000);
+    EXPECT_EQ(score(2147483647), wrapping_sum(2147483647, 1860000));
+    hash_move = {E4, D5, 0};
+    EXPECT_EQ(score(77), 1900000);
+
+    EXPECT_EQ(scores_of(add_capture, E4, D5, 77), Scores{19100});
+    search_ply = 2;
+    pv_table[0][2] = {E4, D5, QUEEN, PAWN};
+    EXPECT_EQ(scores_of(add_capture, E4, D5, 77), Scores{1880077});
+    EXPECT_EQ(scores_of(add_capture, E4, D5, NO_SCORE), Scores{1848000});
+
+    // En passant scores as an equal capture whatever killers and hash move say.
+    set_up("4k3/8/8/2pP4/8/8/8/4K3 w - c6");
+    hash_move = killer1[0] = {D5, C6, 0};
+    EXPECT_EQ(move_at(find_move("d5c6")).score, 1840000);
+}
+
+// Queen, rook, bishop, knight.
+TEST_F(Moves, PromotionScores) {
+    const auto scores = [](int to) { return scores_of(add_promotions, G7, to, 0); };
+    set_up("4k2r/6P1/8/8/8/8/8/4K3 w - -");
+    EXPECT_EQ(scores(G8), (Scores{1850000, 0, 0, 1820000}));
+    EXPECT_EQ(scores(H8), (Scores{1868220, 1858220, 1858220, 1863220}));
+    history[2][G7][G8] = 40;
+    EXPECT_EQ(scores(G8), (Scores{1850000, 40, 40, 1820000}));
+    killer2[0] = {G7, G8, 0};
+    EXPECT_EQ(scores(G8), (Scores{1850000, 1830000, 1830000, 1830000}));
+    killer1[0] = {G7, H8, 0};
+    EXPECT_EQ(scores(H8), (Scores{1870000, 1860000, 1860000, 1865000}));
+    hash_move = {G7, G8, 0};
+    EXPECT_EQ(scores(G8), (Scores{1900000, 1900000, 1900000, 1900000}));
+}
+
+// The highest score first, the earliest among equals, until all are marked as picked.
+TEST_F(Moves, PickingAndDiscardedLists) {
+    set_up(START_FEN);
+    history[2][G2][G3] = history[2][B1][C3] = 7;
+    generate_moves();
+    std::string picked;
+    for (int index = pick_move(); index >= 0; index = pick_move()) {
+        EXPECT_EQ(current_move_score, picked.size() < 10 ? 7 : 0);
+        picked += name_of(move_at(index)) + " ";
+        EXPECT_EQ(move_at(index).score, NO_SCORE);
+    }
+    EXPECT_EQ(picked.substr(0, 25), "b1c3 g2g3 b1a3 g1f3 g1h3 ");
+    EXPECT_EQ(picked.size(), 20U * 5);
+
+    // A list generated anew at a lower ply discards those above it.
+    search_ply = 3;
+    list_start(3) = 100;
+    list_start(5) = 300;
+    generate_moves();
+    EXPECT_EQ(list_start(4), 120);
+    EXPECT_EQ(move_count, 120);
+}
+
+TEST_F(Moves, PrincipalVariationIsCopiedUp) {
+    set_up(START_FEN);
+    generate_moves();
+    search_ply = 62;
+    pv_table[63][63] = {E7, E5, 0, PAWN};
+    pv_table[62][64].from = A1;
+    update_pv(0);
+    EXPECT_EQ(pv_table[62][62].from, B1);
+    EXPECT_EQ(pv_table[62][62].piece, KNIGHT);
+    EXPECT_EQ(pv_table[62][63].to, E5);
+    EXPECT_EQ(pv_table[62][64].from, 0);
+    search_ply = 63;
+    update_pv(1);
+    EXPECT_EQ(pv_table[63][63].to, C3);
+    clear_pv_line();
+    EXPECT_EQ(pv_table[63][63].from, 0);
+}
+
+}  // namespace
+
+}  // namespace tarsimo::test

@@ -1,0 +1,126 @@
+// What a user or an interface reads: board, reports, statistics, suite; and set-up from texts
+// that are no data lines.
+#include "support.h"
+
+namespace tarsimo::test {
+
+namespace {
+
+class Control : public Engine {
+  protected:
+    static std::string thinking(int elapsed, int depth, int score) {
+        start_clock_ago(elapsed);
+        return output_of([&] { print_thinking(depth, score); });
+    }
+};
+
+TEST_F(Control, FreshGameFromAPosition) {
+    play("e2e4 e7e5");
+    tt_generation = 5;
+    max_depth = 7;
+    search_ply = 3;
+    set_position_fen("r3k2r/pppq4/8/8/4P3/8/8/R3K2R b KQkq e3 97 120");
+    EXPECT_EQ(game_ply + search_ply + list_start(0) + tt_generation, 0);
+    EXPECT_EQ(max_depth, 60);
+    EXPECT_TRUE(test_mode);
+    EXPECT_FALSE(can_take_back(1));
+
+    // The usual start has the position of a new game.
+    set_position_fen(START_FEN);
+    Snapshot from_fen = snapshot();
+    init_engine();
+    from_fen.hash_key = hash_key;
+    from_fen.fifty = 0;
+    EXPECT_TRUE(from_fen == snapshot());
+
+    // Neither a flood nor bytes that are no text do harm.
+    for (const std::string& text : {std::string(100000, '8'), std::string("\xff\x80 w")}) {
+        EXPECT_EQ(output_of([&] { set_position_fen(text); }), "tellusererror Illegal position\n");
+        EXPECT_EQ(legal_moves().size(), 20U);
+        std::string move = text;
+        EXPECT_FALSE(parse_user_move(move));
+    }
+    set_up("QQQQkQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQKQQQ w");
+    EXPECT_EQ(white_pieces, 62);
+    search(-INF, INF, 4, true, false);
+}
+
+TEST_F(Control, Board) {
+    const std::string frame = "   +---+---+---+---+---+---+---+---+\n";
+    const std::string empty = "|   |   |   |   |   |   |   |   |\n" + frame;
+    const std::string diagram = "\n" + frame + " 8 |*T |*C |*A |*D |*R |*A |*C |*T |\n" + frame +
+                                " 7 |*P |*P |*P |*P |*P |*P |*P |*P |\n" + frame + " 6 " + empty +
+                                " 5 " + empty + " 4 " + empty + " 3 " + empty +
+                                " 2 | P | P | P | P | P | P | P | P |\n" + frame +
+                                " 1 | T | C | A | D | R | A | C | T |\n" + frame +
+                                "     a   b   c   d   e   f   g   h \n\n";
+    EXPECT_EQ(output_of(print_board), diagram + " BLANCAS JUEGAN \n");
+    side = BLACK;
+    EXPECT_EQ(output_of(print_board), diagram + " NEGRAS JUEGAN  \n");
+    xboard_mode = true;
+    EXPECT_EQ(output_of(print_board), diagram);
+}
+
+TEST_F(Control, StatisticsBlock) {
+    statistics = {1, 22, 333, 4444, 0, 55555, 6, 200, 51, 7, 2};
+    eval_hash_count = 123456789;
+    eval_lazy_count = 8;
+    eval_full_count = 9;
+    nodes = 1000;
+    EXPECT_EQ(output_of([] { print_statistics(3); }),
+              "\n\n  Razoring           1    Nul_estatic        22\n"
+              "  Futility         333    LMR              4444   En prueba             0\n"
+              "  Extensores     55555    Ex_jaque            6 \n"
+              "  Hash_prob        200    Hash_exito         51   25%\n"
+              "  Nulos_prob         7    Nulos_exito         2   28%\n"
+              "  Eval_hash  123456789    Eval_lazy           8   Eval_completa         9\n"
+              "\n  Crono = 3 seg, Pos/Seg = 333\n");
+    clear_statistics();
+    const std::string cleared = output_of([] { print_statistics(0); });
+    EXPECT_NE(cleared.find("  Nulos_prob         0    Nulos_exito         0    0%\n"),
+              cleared.npos);
+    EXPECT_NE(cleared.find(" 0\n\n  Crono = 0 seg, Pos/Seg = 0\n"), cleared.npos);
+}
+
+TEST_F(Control, ThinkingLines) {
+    for (std::size_t i = 0; i < 20; i += 2) {
+        pv_table[0][i] = {G1, F3, static_cast<std::int8_t>(i == 2 ? PAWN : EMPTY), KNIGHT};
+        pv_table[0][i + 1] = {D7, D5, 0, PAWN};
+    }
+    nodes = 1853211;
+    const std::string wipe = std::string(52, ' ') + "\r";
+    const std::string line8 = "g1-f3 d7-d5 g1xf3 d7-d5 g1-f3 d7-d5 g1-f3 d7-d5 \n";
+    EXPECT_EQ(thinking(2141, 6, -35), wipe + " 6)   0: 2  -0.35  926605 n/s  " + line8);
+    EXPECT_EQ(thinking(300, 12, 5), wipe + "12)   0: 0   0.05       1 n/s  " + line8);
+    EXPECT_EQ(thinking(60100, 9, 0), wipe + " 9)   0:60   0.00   30886 n/s  " + line8);
+    EXPECT_EQ(thinking(75300, 10, 31990), wipe + "10)   1:15  319.90   24709 n/s  " + line8);
+    nodes = 0;
+    EXPECT_EQ(thinking(2300, 10, -12345), wipe + "10)   0: 2  -123.45       1 n/s  " + line8);
+
+    // Centiseconds and the nodes; the last digit of the clock may move on.
+    xboard_mode = true;
+    nodes = 1853211;
+    const std::string cecp = thinking(2141, 6, -35);
+    EXPECT_EQ(cecp.substr(0, 11), "6    -35 21");
+    EXPECT_EQ(cecp.substr(12),
+              " 1853211    Ng1-f3  d7-d5 Ng1xf3  d7-d5 Ng1-f3  d7-d5 Ng1-f3  d7-d5 Ng1-f3  d7-d5 "
+              "Ng1-f3  d7-d5 \n");
+    pv_table[0][1].from = 0;
+    EXPECT_EQ(thinking(2141, 6, -35).substr(12), " 1853211    Ng1-f3 \n");
+    search_aborted = true;
+    EXPECT_EQ(thinking(2141, 6, -35), "\n");
+}
+
+TEST_F(Control, Suite) {
+    EXPECT_STREQ(suite_position(0).caption, "\n\n LCT mov Cd5-f6+ ");
+    EXPECT_STREQ(suite_position(5).fen, "4k3/8/p7/Pp3p1p/1Pp1pPpP/2PpP1P1/3P1KNQ/R3BNRB w - -  ");
+    EXPECT_STREQ(suite_position(12).caption, "\n\n LCT II-25-2,     mov = De1-h4+  ev > 2.0  ");
+    for (int i = 0; i < SUITE_SIZE; ++i) {
+        EXPECT_EQ(output_of([&] { set_position_fen(suite_position(i).fen); }), "") << i;
+        EXPECT_EQ(side, i == 4 ? BLACK : WHITE) << i;
+    }
+}
+
+}  // namespace
+
+}  // namespace tarsimo::test
