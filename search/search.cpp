@@ -344,7 +344,7 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         eval_stack[at(search_ply)] = node.eval;
         const int eval_two_plies_back = search_ply >= 2 ? eval_stack[at(search_ply - 2)] : 0;
 
-        // Razoring: hopelessly low, and the captures do not help.
+        // Razoring (Birmingham and Kent 1977): hopelessly low, and the captures do not help.
         if (node.eligible && pieces_on_both_sides && depth <= RAZOR_MAX_DEPTH &&
             hash_move.from == 0) {
             const int threshold = beta - (RAZOR_BASE + RAZOR_SLOPE * depth);
@@ -389,7 +389,8 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
             node_hash_move = hash_move;
         }
 
-        // Futility: quiet moves are skipped when even a margin does not lift them to alpha.
+        // Futility (Schaeffer 1986, Heinz 1998): quiet moves are skipped when even a margin does
+        // not lift them to alpha.
         if (!node.pv && depth <= FUTILITY_MAX_DEPTH && !node.mate_threat) {
             const auto& margin = white_pieces + black_pieces > FUTILITY_FEW_PIECES
                                      ? futility_margin_many

@@ -44,14 +44,14 @@ extern int current_move_score;
 /// Static evaluation of the node at each ply, in centipawns; a node in check leaves it.
 extern std::array<int, PLY_SLOTS> eval_stack;
 
-/// Reductions in plies, by half the depth (0..31) and the number of the move among the
+/// Late-move reductions in plies, by half the depth (0..31) and the number of the move among the
 /// legal ones (0..63).
 extern const std::array<std::array<std::int8_t, 64>, 32> lmr_table;
 
 /// lmr_table for a depth in half-plies and a move number, both capped.
 int late_move_reduction(int depth, int move_number);
 
-/// Principal-variation alpha-beta search of the current position.
+/// Principal-variation alpha-beta search of the current position (Marsland and Campbell 1982).
 ///   alpha, beta     bounds, alpha < beta; a wider window than 1 makes a PV node
 ///   depth           half-plies; below 2 the quiescence search answers
 ///   allow_null      0 in null-move, verification, deepening and ProbCut searches
@@ -63,8 +63,8 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check);
 /// it: a zero-width search, and one with the full bounds when the move lands between them.
 int search_late_move(int alpha, int beta, int new_depth, bool gives_check);
 
-/// Captures and queen promotions until the position is quiet. `qply` is 0 when called by
-/// search and falls by one a ply; repetitions are looked for at 0 only. No check evasions.
+/// Captures and queen promotions until the position is quiet (Harris 1975). `qply` is 0 when called
+/// by search and falls by one a ply; repetitions are looked for at 0 only. No check evasions.
 /// Returns the score, or 0 with search_aborted set.
 int quiesce(int alpha, int beta, int qply);
 
@@ -93,7 +93,8 @@ constexpr int BOUND_UPPER = 2;  ///< the search failed low
 constexpr int BOUND_LOWER = 3;  ///< it failed high
 constexpr int NO_ENTRY = 4;
 
-/// One stored result; key 0 marks an empty slot.
+/// One stored result (a hash table of positions: Greenblatt, Eastlake and Crocker 1967); key 0
+/// marks an empty slot.
 struct TTEntry {
     std::uint64_t key;
     int bound;
@@ -146,13 +147,13 @@ extern int history_max;
 /// current_move_score.
 int pick_move();
 
-/// Add to the history value of a move of the side to move.
+/// Add to the history value of a move of the side to move (Schaeffer 1983).
 void credit_history(const Move& move, int credit);
 
 /// Divide all history values by 4 when the largest has grown too big for the score bands.
 void age_history();
 
-/// Remember the move that cut off with this score as a killer of its ply.
+/// Remember the move that cut off with this score as a killer of its ply (Akl and Newborn 1977).
 void update_killers(const Move& move, int score);
 
 /// Clear killers, history, principal variations and evaluation stack.
