@@ -7,6 +7,7 @@
 #define TARSIMO_EVAL_EVAL_H
 
 #include "board/board.h"
+#include "eval/weights.h"
 
 namespace tarsimo {
 
@@ -60,8 +61,85 @@ extern PieceList white_list, black_list;
 /// pawns, 1 on a file without black ones. The border files 0 and 9 count as empty.
 extern std::array<int, 10> white_rear_pawn, black_rear_pawn;
 
-/// Fill the piece lists and the rearmost pawns from the board.
+/// What the terms know of one colour; set anew by eval_setup() and filled as the pieces are
+/// walked. Maps are by mailbox square.
+struct EvalSide {
+    /// Bit 1 << type for each own piece type that attacks the square. The border holds what
+    /// rays leave there.
+    std::array<std::uint8_t, BOARD_SIZE> attacks;
+
+    /// What reaching a square is worth to an own piece: SAFE_SQUARE where no enemy pawn guards
+    /// and neither an own pawn nor the own king stands, plus ZONE_SQUARE around the enemy king.
+    std::array<std::uint8_t, BOARD_SIZE> area;
+
+    int king_attack_count;              ///< attacks on the enemy king's surroundings
+    std::array<int, 2> bishops;         ///< own bishops on light squares, on dark squares
+    std::array<int, 2> pawns_by_shade;  ///< own pawns on light squares, on dark squares
+    int queens;                         ///< own queens
+    std::uint64_t passed;               ///< own passed pawns, by square_bit()
+};
+
+constexpr int SAFE_SQUARE = 1;   ///< in EvalSide::area
+constexpr int ZONE_SQUARE = 64;  ///< likewise; more than one piece has safe squares
+
+extern EvalSide white_eval, black_eval;
+
+template <int Us> inline EvalSide& eval_side() {
+    if constexpr (Us == WHITE) return white_eval;
+    else return black_eval;
+}
+
+/// Key of the pawns and kings alone, from the position's keys; set by eval_setup().
+extern std::uint64_t pawn_key;
+
+/// Fill the piece lists, the rearmost pawns, `pawn_key`, and the part of EvalSide that pawns
+/// and kings decide: their attacks and the areas.
 void eval_setup();
+
+// Colour-generic access for the terms, one text for both sides.
+
+template <int Us> inline int own_piece_material() {
+    if constexpr (Us == WHITE) return white_piece_material;
+    else return black_piece_material;
+}
+template <int Us> inline int own_development() {
+    if constexpr (Us == WHITE) return white_development;
+    else return black_development;
+}
+
+constexpr int file_of(int sq) { return sq % 10; }  ///< 1..8 on the board
+
+/// Rank 1..8 as the colour Us sees it.
+template <int Us> constexpr int own_rank(int sq) {
+    return Us == WHITE ? sq / 10 - 1 : 10 - sq / 10;
+}
+
+/// The square of white's board that stands for it on the own colour's: the rank mirror for
+/// black.
+template <int Us> constexpr int own_square(int sq) {
+    return Us == WHITE ? sq : mirror_square[at(sq)];
+}
+
+/// Rank, as Us sees it, of the own pawn nearest to the own first rank; 8 when the file
+/// 0..9 has none.
+template <int Us> inline int own_rear_pawn(int file) {
+    if constexpr (Us == WHITE) return white_rear_pawn[at(file)];
+    else return 9 - black_rear_pawn[at(file)];
+}
+
+/// Rank, as Us sees it, of the enemy pawn farthest from the own first rank; 1 when the file
+/// 0..9 has none.
+template <int Us> inline int enemy_rear_pawn(int file) {
+    if constexpr (Us == WHITE) return black_rear_pawn[at(file)];
+    else return 9 - white_rear_pawn[at(file)];
+}
+
+constexpr int shade_of(int sq) { return (sq / 10 + sq % 10 + 1) % 2 == 0 ? 1 : 0; }  ///< 1 dark
+
+constexpr std::uint64_t square_bit(int sq) {
+    return std::uint64_t{1} << ((sq / 10 - 2) * 8 + sq % 10 - 1);
+}
+constexpr int bit_square(int bit) { return A1 + bit / 8 * 10 + bit % 8; }  ///< bit 0..63
 
 // ---------------------------------------------------------------------------
 // Square tables
@@ -83,9 +161,36 @@ void init_square_tables();
 // Terms
 // ---------------------------------------------------------------------------
 
-/// Opening terms of one colour in centipawns: centre pawns, castling, development. Sets
-/// the colour's development count.
+// A ScorePair is in centipawns for its own colour.
+
+/// Opening terms of one colour in centipawns: centre pawns, castling, development, fianchetto.
+/// Sets the colour's development count.
 template <int Us> int opening_terms();
+
+/// What the pawns and kings alone decide; one entry of the pawn cache.
+struct alignas(64) PawnTerms {
+    std::uint64_t key;                    ///< pawn_key; 0 in an empty entry
+    std::array<std::uint64_t, 2> passed;  ///< passed pawns by colour: white, black
+    std::array<ScorePair, 2> structure;   ///< pawn structure by colour
+    std::array<int, 2> shelter;           ///< shelter of the king, before it is scaled
+    std::array<std::uint8_t, 2> storm;    ///< pawns in front of the enemy king
+};
+
+/// The pawn terms of the position, from their cache or worked out. Sets EvalSide::passed.
+const PawnTerms& pawn_terms();
+
+/// One piece other than pawn and king: mobility, place and duties. Marks what it attacks and
+/// adds its attacks around the enemy king to king_attack_count.
+template <int Us> ScorePair piece_term(int sq, int type);
+
+/// After all pieces are walked: terms of a colour that need both sides' attacks.
+template <int Us> ScorePair passed_pawn_term();
+template <int Us> ScorePair king_danger_term();
+template <int Us> ScorePair threat_term();
+
+/// How much of a lead of the colour Us counts, in 64ths: less where material is drawish.
+template <int Us> int drawish_scale();
+constexpr int FULL_SCALE = 64;
 
 /// Material below which a bare piece cannot mate, two knights included.
 bool is_bare_minor_draw();

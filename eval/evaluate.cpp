@@ -4,6 +4,9 @@
 // access; only then is the board walked.
 #include "eval/eval.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace tarsimo {
 
 std::uint64_t eval_lazy_count = 0;
@@ -20,6 +23,9 @@ PieceList white_list{};
 PieceList black_list{};
 std::array<int, 10> white_rear_pawn{};
 std::array<int, 10> black_rear_pawn{};
+EvalSide white_eval{};
+EvalSide black_eval{};
+std::uint64_t pawn_key = 0;
 
 namespace {
 
@@ -41,6 +47,16 @@ constexpr int ENDGAME_TEMPO = 8;
 constexpr int DRAWISH_DIVISOR = 4;
 constexpr int DAMPING_FIRST = 81;  // reversible moves from which the score fades
 constexpr int DAMPING_LAST = 99;
+constexpr int FULL_DAMPING = 20;
+
+// Piece material of both sides together at the start: the free terms then count with their
+// middlegame values alone.
+constexpr int FULL_MATERIAL = 6660;
+constexpr int SIDE_MATERIAL = 3330;
+constexpr int SHELTER_MIN_PAWNS = 3;  // more of either colour make shelter matter
+
+constexpr std::array<int, 12> king_attack_table = {0,  8,   13,  21,  34,  56,
+                                                   90, 146, 200, 250, 300, 350};
 
 // Totals of the positional terms by colour.
 struct Totals {
@@ -48,12 +64,23 @@ struct Totals {
     int black_pos = 0;
 };
 
+void reset_trace() {
+    if constexpr (EVAL_TRACED) {
+        eval_trace = {};
+        eval_trace.scale = FULL_SCALE;
+        eval_trace.divisor = 1;
+        eval_trace.damping = FULL_DAMPING;
+    }
+}
+
 void reset_outputs() {
     white_piece_material = white_material - piece_value[PAWN] * white_pawns;
     black_piece_material = black_material - piece_value[PAWN] * black_pawns;
     endgame_flag = false;
     white_development = 0;
     black_development = 0;
+    white_eval.king_attack_count = 0;
+    black_eval.king_attack_count = 0;
 }
 
 // Queen with one minor piece still attacks too well for the endgame terms; deliberate.
@@ -65,50 +92,196 @@ int material_score() {
     return side == WHITE ? white_material - black_material : black_material - white_material;
 }
 
-int sum_squares(const PieceList& list, const SquareTables& tables) {
-    int sum = 0;
+// ---------------------------------------------------------------------------
+// Terms of both classes
+// ---------------------------------------------------------------------------
+
+// The one walk over a colour's men: square values and piece terms.
+template <int Us> ScorePair walk_men(const SquareTables& tables, int& squares) {
+    const PieceList& list = Us == WHITE ? white_list : black_list;
+    ScorePair score = 0;
+    squares = 0;
     for (int i = 0; i < list.size; ++i) {
         const int sq = list.squares[at(i)];
-        sum += tables.by_type[at(type_on(sq))][at(sq)];
+        const int type = type_on(sq);
+        squares += tables.by_type[at(type)][at(sq)];
+        if (type != PAWN && type != KING) score += piece_term<Us>(sq, type);
     }
-    return sum;
+    return score;
+}
+
+// The free terms of a colour, mixed by the piece material on the board.
+int tapered(ScorePair score) {
+    const int middlegame = std::min(white_piece_material + black_piece_material, FULL_MATERIAL);
+    note(&EvalTrace::mix, middlegame);
+    return (middlegame_part(score) * middlegame +
+            endgame_part(score) * (FULL_MATERIAL - middlegame)) /
+           FULL_MATERIAL;
+}
+
+template <int Us> ScorePair late_terms() {
+    return passed_pawn_term<Us>() + king_danger_term<Us>() + threat_term<Us>();
+}
+
+// Square tables and free terms.
+Totals men_terms(const PawnTerms& pawns, const SquareTables& white_tables,
+                 const SquareTables& black_tables) {
+    Totals squares;
+    ScorePair white = pawns.structure[0] + walk_men<WHITE>(white_tables, squares.white_pos);
+    ScorePair black = pawns.structure[1] + walk_men<BLACK>(black_tables, squares.black_pos);
+    white += late_terms<WHITE>();
+    black += late_terms<BLACK>();
+    note(&EvalTrace::squares, {squares.white_pos, squares.black_pos});
+    return {squares.white_pos + tapered(white), squares.black_pos + tapered(black)};
+}
+
+// ---------------------------------------------------------------------------
+// Middlegame and transition
+// ---------------------------------------------------------------------------
+
+void add_opening_terms(Totals& totals) {
+    if (white_piece_material <= MIDDLEGAME_MATERIAL &&
+        black_piece_material <= MIDDLEGAME_MATERIAL) {
+        white_development = FULL_DEVELOPMENT;
+        black_development = FULL_DEVELOPMENT;
+        return;
+    }
+    const Totals opening{opening_terms<WHITE>(), opening_terms<BLACK>()};
+    note(&EvalTrace::opening, {opening.white_pos, opening.black_pos});
+    totals.white_pos += opening.white_pos;
+    totals.black_pos += opening.black_pos;
+}
+
+// A king's shelter matters as much as the pieces that may attack it.
+void add_shelter(const PawnTerms& pawns, Totals& totals) {
+    if (white_pawns <= SHELTER_MIN_PAWNS && black_pawns <= SHELTER_MIN_PAWNS) return;
+    note(&EvalTrace::shelter_material, {black_piece_material, white_piece_material});
+    totals.white_pos += pawns.shelter[0] * black_piece_material / SIDE_MATERIAL;
+    totals.black_pos += pawns.shelter[1] * white_piece_material / SIDE_MATERIAL;
+}
+
+int king_attack(int count) {
+    return king_attack_table[std::min(at(count), king_attack_table.size() - 1)];
+}
+
+void add_king_attack(const PawnTerms& pawns, Totals& totals) {
+    const Totals attack{king_attack(white_eval.king_attack_count += pawns.storm[0]),
+                        king_attack(black_eval.king_attack_count += pawns.storm[1])};
+    note(&EvalTrace::king_attack, {attack.white_pos, attack.black_pos});
+    totals.white_pos += attack.white_pos;
+    totals.black_pos += attack.black_pos;
 }
 
 Totals middlegame_terms() {
     Totals totals;
-    if (white_piece_material > MIDDLEGAME_MATERIAL || black_piece_material > MIDDLEGAME_MATERIAL) {
-        totals.white_pos += opening_terms<WHITE>();
-        totals.black_pos += opening_terms<BLACK>();
-    } else {
-        white_development = FULL_DEVELOPMENT;
-        black_development = FULL_DEVELOPMENT;
-    }
-    totals.white_pos += sum_squares(white_list, white_middlegame_tables);
-    totals.black_pos += sum_squares(black_list, black_middlegame_tables);
+    const PawnTerms& pawns = pawn_terms();
+    add_opening_terms(totals);
+    add_shelter(pawns, totals);
+    const Totals men = men_terms(pawns, white_middlegame_tables, black_middlegame_tables);
+    totals.white_pos += men.white_pos;
+    totals.black_pos += men.black_pos;
+    add_king_attack(pawns, totals);
     return totals;
 }
 
 Totals endgame_terms() {
-    return {sum_squares(white_list, white_endgame_tables),
-            sum_squares(black_list, black_endgame_tables)};
+    const PawnTerms& pawns = pawn_terms();
+    return men_terms(pawns, white_endgame_tables, black_endgame_tables);
 }
+
+// ---------------------------------------------------------------------------
+// Assembly
+// ---------------------------------------------------------------------------
 
 // The side that is ahead is pushed to exchange pieces.
 void trade_down(Totals& totals) {
     const int penalty = TRADE_DOWN_PENALTY * (white_pieces + black_pieces);
-    if (white_material - black_material > TRADE_DOWN_LEAD) totals.white_pos -= penalty;
-    if (black_material - white_material > TRADE_DOWN_LEAD) totals.black_pos -= penalty;
+    Totals cut;
+    if (white_material - black_material > TRADE_DOWN_LEAD) cut.white_pos -= penalty;
+    if (black_material - white_material > TRADE_DOWN_LEAD) cut.black_pos -= penalty;
+    note(&EvalTrace::trade_down, {cut.white_pos, cut.black_pos});
+    totals.white_pos += cut.white_pos;
+    totals.black_pos += cut.black_pos;
+}
+
+// Of a lead that the material makes hard to win, the side ahead gives up a part.
+void cut_drawish_lead(Totals& totals) {
+    const int lead = white_material - black_material + totals.white_pos - totals.black_pos;
+    const int scale = lead > 0 ? drawish_scale<WHITE>() : drawish_scale<BLACK>();
+    note(&EvalTrace::scale, scale);
+    if (scale == FULL_SCALE) return;
+    const int cut = std::abs(lead) * (FULL_SCALE - scale) / FULL_SCALE;
+    if (lead > 0) totals.white_pos -= cut;
+    else totals.black_pos -= cut;
 }
 
 int damped_by_fifty(int score) {
     if (fifty < DAMPING_FIRST || fifty > DAMPING_LAST) return score;
-    return score * (101 - fifty) / 20;
+    note(&EvalTrace::damping, 101 - fifty);
+    return score * (101 - fifty) / FULL_DAMPING;
 }
 
 int assemble(Totals totals, int tempo) {
     trade_down(totals);
+    cut_drawish_lead(totals);
+    note(&EvalTrace::linear, true);
+    note(&EvalTrace::material, {white_material, black_material});
+    note(&EvalTrace::tempo, tempo);
     const int positional = totals.white_pos - totals.black_pos;
     return material_score() + (side == WHITE ? positional : -positional) + tempo;
+}
+
+// ---------------------------------------------------------------------------
+// Set-up
+// ---------------------------------------------------------------------------
+
+constexpr std::array<std::uint8_t, BOARD_SIZE> open_area = [] {
+    std::array<std::uint8_t, BOARD_SIZE> area{};
+    for (int sq = A1; sq <= H8; ++sq) area[at(sq)] = on_board(sq) ? SAFE_SQUARE : 0;
+    return area;
+}();
+
+void begin_side(EvalSide& eval) {
+    eval.attacks.fill(0);
+    eval.area = open_area;
+    eval.king_attack_count = 0;
+    eval.bishops = {0, 0};
+    eval.pawns_by_shade = {0, 0};
+    eval.queens = 0;
+}
+
+template <int Us> void set_up_pawn(int sq) {
+    const auto file = at(file_of(sq));
+    const int rank = sq / 10 - 1;
+    if constexpr (Us == BLACK) black_rear_pawn[file] = rank;
+    else white_rear_pawn[file] = std::min(white_rear_pawn[file], rank);
+
+    EvalSide& us = eval_side<Us>();
+    EvalSide& them = eval_side<-Us>();
+    constexpr std::uint8_t PAWN_BIT = 1 << PAWN;
+    for (const int target : {sq + 9 * Us, sq + 11 * Us}) {
+        us.attacks[at(target)] |= PAWN_BIT;
+        them.area[at(target)] = 0;
+    }
+    us.area[at(sq)] = 0;
+    ++us.pawns_by_shade[at(shade_of(sq))];
+    pawn_key ^= piece_key(Us * PAWN, sq);
+}
+
+// The squares around a king: its own attacks, and the enemy's zone where no pawn guards them.
+template <int Us> void set_up_king() {
+    EvalSide& us = eval_side<Us>();
+    EvalSide& them = eval_side<-Us>();
+    const int king = king_square<Us>();
+    constexpr int PAWN_BIT = 1 << PAWN;
+    constexpr std::uint8_t KING_BIT = 1 << KING;
+    for (const int step : {9, 10, 11, -1, 1, -9, -10, -11}) {
+        const auto target = at(king + step);
+        if (board[target] == OFFBOARD) continue;
+        if ((us.attacks[target] & PAWN_BIT) == 0) them.area[target] += ZONE_SQUARE;
+        us.attacks[target] |= KING_BIT;
+    }
+    us.area[at(king)] &= static_cast<std::uint8_t>(~SAFE_SQUARE);
 }
 
 int full_score() {
@@ -117,7 +290,10 @@ int full_score() {
     int score = 0;
     if (special_ending(score)) return score;
     score = assemble(endgame_terms(), ENDGAME_TEMPO);
-    if (is_drawish_pawnless_ending()) score /= DRAWISH_DIVISOR;
+    if (is_drawish_pawnless_ending()) {
+        note(&EvalTrace::divisor, DRAWISH_DIVISOR);
+        score /= DRAWISH_DIVISOR;
+    }
     return damped_by_fifty(score);
 }
 
@@ -128,23 +304,27 @@ void eval_setup() {
     black_list.size = 0;
     white_rear_pawn.fill(8);
     black_rear_pawn.fill(1);
+    begin_side(white_eval);
+    begin_side(black_eval);
+    pawn_key = piece_key(KING, white_king_sq) ^ piece_key(-KING, black_king_sq);
+
     for (int rank = A1; rank <= A8; rank += 10) {
         for (int sq = rank; sq < rank + 8; ++sq) {
             const int piece = piece_on(sq);
             if (piece == EMPTY) continue;
             PieceList& list = piece > 0 ? white_list : black_list;
             list.squares[at(list.size++)] = sq;
-            if (piece != PAWN && piece != -PAWN) continue;
-            const auto file = at(sq % 10);
-            const int pawn_rank = sq / 10 - 1;
-            if (piece == -PAWN) black_rear_pawn[file] = pawn_rank;
-            else if (pawn_rank < white_rear_pawn[file]) white_rear_pawn[file] = pawn_rank;
+            if (piece == PAWN) set_up_pawn<WHITE>(sq);
+            else if (piece == -PAWN) set_up_pawn<BLACK>(sq);
         }
     }
+    set_up_king<WHITE>();
+    set_up_king<BLACK>();
 }
 
 int evaluate(int alpha, int beta) {
     reset_outputs();
+    reset_trace();
 
     // Class of the position, and the draws that need no search.
     const int white = white_piece_material;
@@ -166,7 +346,7 @@ int evaluate(int alpha, int beta) {
 
     // Cache. The stored score keeps the damping of its own fifty-move count.
     EvalCacheEntry& entry = eval_cache[hash_key % eval_cache_size];
-    if (entry.key == hash_key && entry.side == side && entry.score != NO_SCORE) {
+    if (!EVAL_TRACED && entry.key == hash_key && entry.side == side && entry.score != NO_SCORE) {
         ++eval_hash_count;
         return entry.score;
     }

@@ -1,5 +1,5 @@
-// Opening terms: centre pawns that block or are blocked, castling, and the pace of
-// development.
+// Opening terms: centre pawns that block or are blocked, castling, fianchettoed bishops, and
+// the pace of development.
 #include "eval/eval.h"
 
 namespace tarsimo {
@@ -12,14 +12,33 @@ constexpr int CASTLED = 20;
 constexpr int CENTRE_PAWN = 10;
 constexpr int PAWN_GIVEN_AWAY = -40;
 
+// A fianchettoed bishop by its house of pawns: the one before it and the two beside it.
+constexpr int FIANCHETTO_WHOLE_HOUSE = 16;
+constexpr int FIANCHETTO_PART_HOUSE = 8;
+constexpr int FIANCHETTO_NO_ROOF = -10;
+constexpr int FIANCHETTO_SHUT_IN = -20;  // an own pawn stands on its diagonal's first square
+
 // Index: development steps still missing. Only the first six entries are reached.
 constexpr std::array<int, 8> development_penalty = {0, -5, -20, -35, -50, -65, -80, -100};
 constexpr int DEVELOPMENT_STEPS = 5;
 
-// A square named from white's side of the board, as the colour sees it.
-template <int Us> constexpr int own(int sq) { return Us == WHITE ? sq : mirror_square[at(sq)]; }
+template <int Us> bool stands(int type, int sq) {
+    return piece_on(own_square<Us>(sq)) == Us * type;
+}
 
-template <int Us> bool stands(int type, int sq) { return piece_on(own<Us>(sq)) == Us * type; }
+// The bishop on b2 or g2 (`home`); `centre` is the step from there towards the centre files.
+template <int Us> int fianchetto(int home, int centre) {
+    if (!stands<Us>(BISHOP, home)) return 0;
+    int score = 0;
+    if (!stands<Us>(PAWN, home + 10)) {
+        score = FIANCHETTO_NO_ROOF;
+    } else {
+        const bool whole = stands<Us>(PAWN, home - 1) && stands<Us>(PAWN, home + 1);
+        score = whole ? FIANCHETTO_WHOLE_HOUSE : FIANCHETTO_PART_HOUSE;
+    }
+    if (stands<Us>(PAWN, home + 10 + centre)) score += FIANCHETTO_SHUT_IN;
+    return score;
+}
 
 template <int Us> int& development() {
     if constexpr (Us == WHITE) return white_development;
@@ -37,8 +56,8 @@ template <int Us> int development_steps() {
 template <int Us> int opening_terms() {
     int score = 0;
 
-    if (stands<Us>(PAWN, D2) && piece_on(own<Us>(D3)) != EMPTY) score += BLOCKED_CENTRE_PAWN;
-    if (stands<Us>(PAWN, E2) && piece_on(own<Us>(E3)) != EMPTY) score += BLOCKED_CENTRE_PAWN;
+    if (stands<Us>(PAWN, D2) && piece_on(own_square<Us>(D3)) != EMPTY) score += BLOCKED_CENTRE_PAWN;
+    if (stands<Us>(PAWN, E2) && piece_on(own_square<Us>(E3)) != EMPTY) score += BLOCKED_CENTRE_PAWN;
     if (stands<Us>(PAWN, D4) && stands<Us>(PAWN, C2) && stands<Us>(KNIGHT, C3)) {
         score += KNIGHT_BEFORE_C_PAWN;
     }
@@ -49,6 +68,8 @@ template <int Us> int opening_terms() {
     if (pawn_count<Us>() < pawn_count<-Us>() && piece_count<Us>() == piece_count<-Us>()) {
         score += PAWN_GIVEN_AWAY;
     }
+
+    score += fianchetto<Us>(B2, 1) + fianchetto<Us>(G2, -1);
 
     development<Us>() = development_steps<Us>();
     score += development_penalty[at(DEVELOPMENT_STEPS - development<Us>())];

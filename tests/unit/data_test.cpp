@@ -111,11 +111,6 @@ std::string case_figures(const std::string& line) {
         time_extended = n[4] != 0;
         return input_pending() ? "stop" : "on";
     }
-    if (command == "fade") {
-        set_up(fields[1]);
-        fifty = n[0];
-        return std::to_string(evaluate(-INF, INF));
-    }
     if (command == "table" || command == "cut") {
         set_up("rnbqk2r/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQK2R w KQkq -");
         search_ply = n[3];
@@ -131,12 +126,13 @@ std::string case_figures(const std::string& line) {
                std::to_string(null_ok) + " hits " + std::to_string(statistics.hash_hits) + " " +
                square_name(hash_move.from) + square_name(hash_move.to);
     }
-    if (command == "prune") {
+    if (command == "prune" || command == "skip") {
         set_up(fields[1]);
+        const int alpha = evaluate(-INF, INF) + n[1];
         history_max = n[2];
-        search(n[1], n[1] + 1, n[0], false, false);
-        return "futility " + std::to_string(statistics.futility) + " nodes " +
-               std::to_string(nodes);
+        search(alpha, alpha + 1, n[0], false, false);
+        if (command == "skip") return "nodes " + std::to_string(nodes);
+        return "futility " + std::to_string(statistics.futility);
     }
     if (command == "reduction") return std::to_string(late_move_reduction(n[0], n[1]));
     if (command == "number") return std::to_string(parse_number(fields[0], std::stoi(fields[1])));

@@ -61,6 +61,27 @@ TEST_F(Evaluation, CacheKnowsTheSideToMove) {
     EXPECT_EQ(eval_full_count, 4U);
 }
 
+// Scores fade from 81 to 99 reversible moves, but for the mates of a bare king.
+TEST_F(Evaluation, FadesTowardsTheFiftyMoveDraw) {
+    const auto score_at = [](int reversible_moves) {
+        fifty = reversible_moves;
+        eval_cache[hash_key % eval_cache_size] = {};
+        return evaluate(-INF, INF);
+    };
+    for (const char* fen : {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKB1R w KQkq -",
+                            "r3k3/pp6/8/8/8/1P6/8/R3K2N w - -", "q1r1k3/8/8/8/8/8/8/Q3K3 b - -"}) {
+        set_up(fen);
+        const int full = score_at(0);
+        ASSERT_GT(std::abs(full), 50);
+        for (const int moves : {80, 81, 82, 90, 99, 100}) {
+            const int left = moves > 80 && moves < 100 ? 101 - moves : 20;
+            EXPECT_EQ(score_at(moves), full * left / 20) << fen << ' ' << moves;
+        }
+    }
+    set_up("8/8/8/4k3/8/8/8/4K2R w - -");
+    EXPECT_EQ(score_at(90), 9853);
+}
+
 TEST_F(Evaluation, SetUpOutputs) {
     set_up("4k3/p2p4/3p4/8/P2P4/3P4/7P/4K3 w - -");
     eval_setup();

@@ -1,0 +1,66 @@
+// Material with which a lead is hard or impossible to win. The lead of the side ahead is then
+// cut; the sign of the score stays.
+#include "eval/eval.h"
+
+namespace tarsimo {
+
+namespace {
+
+constexpr int SCALE_WRONG_BISHOP = 2;       // of a lead, in 64ths
+constexpr int SCALE_NO_PAWN = 8;            // not more than a minor piece ahead
+constexpr int SCALE_ONE_PAWN = 40;          // the other side may give a piece for it
+constexpr int SCALE_OPPOSITE_BISHOPS = 28;  // bishops and pawns alone
+constexpr int SCALE_OPPOSITE_WITH_PIECES = 52;
+constexpr int MINOR_LEAD = 400;  // centipawns: less than a rook, more than any minor piece
+constexpr int BISHOP_ALONE = 330;
+
+template <int Us> bool has_one_bishop() {
+    return eval_side<Us>().bishops[0] + eval_side<Us>().bishops[1] == 1;
+}
+
+bool are_bishops_opposite() {
+    return has_one_bishop<WHITE>() && has_one_bishop<BLACK>() &&
+           eval_side<WHITE>().bishops[0] != eval_side<BLACK>().bishops[0];
+}
+
+// All pawns on one rook's file.
+template <int Us> int only_rook_file() {
+    for (int file = 2; file <= 7; ++file) {
+        if (own_rear_pawn<Us>(file) != 8) return 0;
+    }
+    const bool a_file = own_rear_pawn<Us>(1) != 8;
+    const bool h_file = own_rear_pawn<Us>(8) != 8;
+    if (a_file == h_file) return 0;
+    return a_file ? 1 : 8;
+}
+
+// A lone bishop that does not guard its rook pawn's last square, and the king is in the corner.
+template <int Us> bool has_wrong_bishop() {
+    if (own_piece_material<Us>() != BISHOP_ALONE || pawn_count<Us>() == 0) return false;
+    const int file = only_rook_file<Us>();
+    if (file == 0) return false;
+    const int corner = own_square<Us>(A8 - 1 + file);
+    return eval_side<Us>().bishops[at(shade_of(corner))] == 0 &&
+           distance_between(king_square<-Us>(), corner) <= 1;
+}
+
+}  // namespace
+
+template <int Us> int drawish_scale() {
+    if (has_wrong_bishop<Us>()) return SCALE_WRONG_BISHOP;
+    const int lead = own_piece_material<Us>() - own_piece_material<-Us>();
+    if (lead < MINOR_LEAD && pawn_count<Us>() == 0) return SCALE_NO_PAWN;
+    if (are_bishops_opposite()) {
+        const bool alone = own_piece_material<WHITE>() == BISHOP_ALONE &&
+                           own_piece_material<BLACK>() == BISHOP_ALONE;
+        return alone ? SCALE_OPPOSITE_BISHOPS : SCALE_OPPOSITE_WITH_PIECES;
+    }
+    if (lead < MINOR_LEAD && pawn_count<Us>() == 1 && piece_count<-Us>() != 0)
+        return SCALE_ONE_PAWN;
+    return FULL_SCALE;
+}
+
+template int drawish_scale<WHITE>();
+template int drawish_scale<BLACK>();
+
+}  // namespace tarsimo

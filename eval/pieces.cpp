@@ -1,0 +1,162 @@
+// Knights, bishops, rooks and queens: mobility, good and bad places, and their attacks around
+// the enemy king. One look along the rays of a piece serves mobility, the attack maps and the
+// king attack together.
+#include "eval/eval.h"
+
+namespace tarsimo {
+
+namespace {
+
+constexpr int MOBILITY_MASK = ZONE_SQUARE - 1;
+constexpr int ROOK_SHUT_IN_MOBILITY = 3;  // safe squares that a shut-in rook has at most
+constexpr int FIVE_PAWNS = 5;             // material values fit a side with as many pawns
+
+// Sum of the areas of all squares reached.
+template <int Us, int... Steps> int step_to(int sq, std::uint8_t bit) {
+    EvalSide& us = eval_side<Us>();
+    int sum = 0;
+    const auto reach = [&](int to) {
+        us.attacks[at(to)] |= bit;
+        sum += us.area[at(to)];
+    };
+    (reach(sq + Steps), ...);
+    return sum;
+}
+
+template <int Us, int Step> int slide_along(int sq, std::uint8_t bit) {
+    EvalSide& us = eval_side<Us>();
+    int sum = 0;
+    do {
+        sq += Step;
+        us.attacks[at(sq)] |= bit;
+        sum += us.area[at(sq)];
+    } while (piece_on(sq) == EMPTY);
+    return sum;
+}
+
+template <int Us, int... Steps> int slide(int sq, std::uint8_t bit) {
+    return (slide_along<Us, Steps>(sq, bit) + ...);
+}
+
+template <int Us> int reached_area(int sq, int type) {
+    constexpr std::uint8_t KNIGHT_BIT = 1 << KNIGHT;
+    constexpr std::uint8_t BISHOP_BIT = 1 << BISHOP;
+    constexpr std::uint8_t ROOK_BIT = 1 << ROOK;
+    constexpr std::uint8_t QUEEN_BIT = 1 << QUEEN;
+    switch (type) {
+        case KNIGHT: return step_to<Us, 8, -8, 12, -12, 19, -19, 21, -21>(sq, KNIGHT_BIT);
+        case BISHOP: return slide<Us, 9, -9, 11, -11>(sq, BISHOP_BIT);
+        case ROOK: return slide<Us, 1, -1, 10, -10>(sq, ROOK_BIT);
+        default: return slide<Us, 1, -1, 10, -10, 9, -9, 11, -11>(sq, QUEEN_BIT);
+    }
+}
+
+// No enemy pawn can ever attack the square, and it lies on the owner's ranks 4 to 6.
+template <int Us> bool is_outpost(int sq) {
+    const int rank = own_rank<Us>(sq);
+    const int file = file_of(sq);
+    return rank >= 4 && rank <= 6 && enemy_rear_pawn<Us>(file - 1) <= rank &&
+           enemy_rear_pawn<Us>(file + 1) <= rank;
+}
+
+template <int Us> int pawn_supported(int sq) {
+    return (eval_side<Us>().attacks[at(sq)] & (1 << PAWN)) != 0 ? 1 : 0;
+}
+
+template <int Us> ScorePair minor_place(int sq, int outpost) {
+    ScorePair score = 0;
+    if (is_outpost<Us>(sq)) score += weigh<Us>(outpost + pawn_supported<Us>(sq));
+    if (own_rank<Us>(sq) <= 4 && piece_on(sq + 10 * Us) == Us * PAWN) {
+        score += weigh<Us>(MINOR_BEHIND_PAWN);
+    }
+    return score;
+}
+
+template <int Us> ScorePair knight_place(int sq) {
+    return minor_place<Us>(sq, KNIGHT_OUTPOST) +
+           weigh<Us>(KNIGHT_PAWNS, pawn_count<Us>() - FIVE_PAWNS);
+}
+
+// Taken a pawn on the edge, and the door closes behind.
+template <int Us> bool is_trapped_bishop(int sq) {
+    const auto guarded = [&](int place, int guard) {
+        return sq == own_square<Us>(place) && piece_on(own_square<Us>(guard)) == -Us * PAWN;
+    };
+    return guarded(A7, B6) || guarded(H7, G6) || guarded(A6, B5) || guarded(H6, G5);
+}
+
+// From its own side of a long diagonal it sees both centre squares.
+template <int Us> bool rules_long_diagonal(int sq) {
+    const int file = file_of(sq);
+    const int rank = own_rank<Us>(sq);
+    if (rank > 3 || (file != rank && file + rank != 9)) return false;
+    const int step = 10 * Us + (file == rank ? 1 : -1);
+    int ahead = sq + step;
+    while (own_rank<Us>(ahead) < 5 && piece_on(ahead) == EMPTY) ahead += step;
+    return own_rank<Us>(ahead) == 5;
+}
+
+template <int Us> ScorePair bishop_place(int sq) {
+    EvalSide& us = eval_side<Us>();
+    const auto shade = at(shade_of(sq));
+    ScorePair score = minor_place<Us>(sq, BISHOP_OUTPOST);
+    if (us.bishops[shade]++ == 0 && us.bishops[1 - shade] != 0) score += weigh<Us>(BISHOP_PAIR);
+    score += weigh<Us>(BISHOP_BLOCKED_BY_PAWNS, us.pawns_by_shade[shade]);
+    if (is_trapped_bishop<Us>(sq)) score += weigh<Us>(BISHOP_TRAPPED);
+    if (rules_long_diagonal<Us>(sq)) score += weigh<Us>(BISHOP_LONG_DIAGONAL);
+    return score;
+}
+
+// In the corner behind its own king that has not castled, or has by hand.
+template <int Us> bool is_shut_in(int sq, int mobility) {
+    if (mobility > ROOK_SHUT_IN_MOBILITY || own_rank<Us>(sq) > 2) return false;
+    const int king = king_square<Us>();
+    if (own_rank<Us>(king) > 2) return false;
+    return file_of(king) >= 5 ? file_of(sq) > file_of(king) : file_of(sq) < file_of(king);
+}
+
+template <int Us> ScorePair rook_place(int sq, int mobility) {
+    const int file = file_of(sq);
+    ScorePair score = weigh<Us>(ROOK_PAWNS, pawn_count<Us>() - FIVE_PAWNS);
+    if (own_rear_pawn<Us>(file) == 8) {
+        score += weigh<Us>(enemy_rear_pawn<Us>(file) == 1 ? ROOK_OPEN_FILE : ROOK_HALF_OPEN_FILE);
+    } else if (is_shut_in<Us>(sq, mobility)) {
+        score += weigh<Us>(ROOK_SHUT_IN);
+    }
+    if (own_rank<Us>(sq) == 7 && own_rank<Us>(king_square<-Us>()) >= 7) {
+        score += weigh<Us>(ROOK_SEVENTH);
+    }
+    return score;
+}
+
+template <int Us> ScorePair queen_place(int sq) {
+    constexpr int FULL_DEVELOPMENT = 5;
+    ++eval_side<Us>().queens;
+    ScorePair score = weigh<Us>(QUEEN_NEAR_KING, distance_between(king_square<-Us>(), sq));
+    if (own_development<Us>() < FULL_DEVELOPMENT && sq != own_square<Us>(D1)) {
+        score += weigh<Us>(QUEEN_EARLY, FULL_DEVELOPMENT - own_development<Us>());
+    }
+    return score;
+}
+
+}  // namespace
+
+template <int Us> ScorePair piece_term(int sq, int type) {
+    const int area = reached_area<Us>(sq, type);
+    const int mobility = area & MOBILITY_MASK;
+    const int zone_attacks = area / ZONE_SQUARE;
+    eval_side<Us>().king_attack_count += zone_attacks;
+    ScorePair score = weigh<Us>(ZONE_ATTACK + type - KNIGHT, zone_attacks);
+    switch (type) {
+        case KNIGHT: return score + weigh<Us>(KNIGHT_MOBILITY + mobility) + knight_place<Us>(sq);
+        case BISHOP: return score + weigh<Us>(BISHOP_MOBILITY + mobility) + bishop_place<Us>(sq);
+        case ROOK:
+            return score + weigh<Us>(ROOK_MOBILITY + mobility) + rook_place<Us>(sq, mobility);
+        default: return score + weigh<Us>(QUEEN_MOBILITY + mobility) + queen_place<Us>(sq);
+    }
+}
+
+template ScorePair piece_term<WHITE>(int sq, int type);
+template ScorePair piece_term<BLACK>(int sq, int type);
+
+}  // namespace tarsimo
