@@ -109,6 +109,9 @@ template <int Us> inline int own_development() {
 
 constexpr int file_of(int sq) { return sq % 10; }  ///< 1..8 on the board
 
+/// Files from the edge to the centre: 0 for a and h, 3 for d and e.
+constexpr int wing_of(int sq) { return file_of(sq) <= 4 ? file_of(sq) - 1 : 8 - file_of(sq); }
+
 /// Rank 1..8 as the colour Us sees it.
 template <int Us> constexpr int own_rank(int sq) {
     return Us == WHITE ? sq / 10 - 1 : 10 - sq / 10;

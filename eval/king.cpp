@@ -125,8 +125,10 @@ template <int Us> ScorePair king_danger_term() {
     for (int type = KNIGHT; type <= QUEEN; ++type) {
         if ((checks.kinds & 1 << type) != 0) score += weigh<Us>(KING_SAFE_CHECK + type - KNIGHT);
     }
-    score += weigh<Us>(KING_WEAK_RING, weak_ring<Us, 9, 10, 11, -1, 1, -9, -10, -11>(king));
-    if (eval_side<-Us>().queens != 0) score += weigh<Us>(KING_EXPOSED, checks.seen);
+    const int queen = eval_side<-Us>().queens != 0 ? 1 : 0;
+    const int weak = weak_ring<Us, 9, 10, 11, -1, 1, -9, -10, -11>(king);
+    score += weigh<Us>(KING_WEAK_RING + queen, weak);
+    if (queen != 0) score += weigh<Us>(KING_EXPOSED, checks.seen);
     return score;
 }
 

@@ -82,6 +82,7 @@ template <int Us> ScorePair one_pawn(int sq, std::uint64_t& passed) {
     const int rank = own_rank<Us>(sq);
     const int opposed = enemy_ahead<Us>(file, rank) ? 0 : 1;
     ScorePair score = weigh<Us>(PAWN_ON_RANK + rank_index(rank, 2, 7));
+    score += weigh<Us>(PAWN_ON_FILE + wing_of(sq));
 
     const bool phalanx = own_pawn_on<Us>(sq - 1) || own_pawn_on<Us>(sq + 1);
     const int supports =

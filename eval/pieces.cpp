@@ -63,8 +63,9 @@ template <int Us> int pawn_supported(int sq) {
     return (eval_side<Us>().attacks[at(sq)] & (1 << PAWN)) != 0 ? 1 : 0;
 }
 
-template <int Us> ScorePair minor_place(int sq, int outpost) {
-    ScorePair score = 0;
+template <int Us> ScorePair minor_place(int sq, int type, int outpost) {
+    const int king_distance = distance_between(king_square<Us>(), sq);
+    ScorePair score = weigh<Us>(MINOR_FROM_KING + type - KNIGHT, king_distance);
     if (is_outpost<Us>(sq)) score += weigh<Us>(outpost + pawn_supported<Us>(sq));
     if (own_rank<Us>(sq) <= 4 && piece_on(sq + 10 * Us) == Us * PAWN) {
         score += weigh<Us>(MINOR_BEHIND_PAWN);
@@ -73,7 +74,7 @@ template <int Us> ScorePair minor_place(int sq, int outpost) {
 }
 
 template <int Us> ScorePair knight_place(int sq) {
-    return minor_place<Us>(sq, KNIGHT_OUTPOST) +
+    return minor_place<Us>(sq, KNIGHT, KNIGHT_OUTPOST) +
            weigh<Us>(KNIGHT_PAWNS, pawn_count<Us>() - FIVE_PAWNS);
 }
 
@@ -99,7 +100,7 @@ template <int Us> bool rules_long_diagonal(int sq) {
 template <int Us> ScorePair bishop_place(int sq) {
     EvalSide& us = eval_side<Us>();
     const auto shade = at(shade_of(sq));
-    ScorePair score = minor_place<Us>(sq, BISHOP_OUTPOST);
+    ScorePair score = minor_place<Us>(sq, BISHOP, BISHOP_OUTPOST);
     if (us.bishops[shade]++ == 0 && us.bishops[1 - shade] != 0) score += weigh<Us>(BISHOP_PAIR);
     score += weigh<Us>(BISHOP_BLOCKED_BY_PAWNS, us.pawns_by_shade[shade]);
     if (is_trapped_bishop<Us>(sq)) score += weigh<Us>(BISHOP_TRAPPED);
@@ -145,8 +146,11 @@ template <int Us> ScorePair piece_term(int sq, int type) {
     const int area = reached_area<Us>(sq, type);
     const int mobility = area & MOBILITY_MASK;
     const int zone_attacks = area / ZONE_SQUARE;
+    const int kind = type - KNIGHT;
     eval_side<Us>().king_attack_count += zone_attacks;
-    ScorePair score = weigh<Us>(ZONE_ATTACK + type - KNIGHT, zone_attacks);
+    ScorePair score = weigh<Us>(ZONE_ATTACK + kind, zone_attacks);
+    score += weigh<Us>(KNIGHT_ON_RANK + 8 * kind + own_rank<Us>(sq) - 1);
+    score += weigh<Us>(KNIGHT_ON_FILE + 4 * kind + wing_of(sq));
     switch (type) {
         case KNIGHT: return score + weigh<Us>(KNIGHT_MOBILITY + mobility) + knight_place<Us>(sq);
         case BISHOP: return score + weigh<Us>(BISHOP_MOBILITY + mobility) + bishop_place<Us>(sq);
