@@ -110,16 +110,29 @@ template <int Us> ScorePair one_pawn(int sq, std::uint64_t& passed) {
 
 template <int Us> ScorePair structure_of(const PieceList& list, std::uint64_t& passed) {
     ScorePair score = 0;
-    int nearest = 16;
     passed = 0;
     for (int i = 0; i < list.size; ++i) {
         const int sq = list.squares[at(i)];
         if (own_pawn_on<Us>(sq)) score += one_pawn<Us>(sq, passed);
-        if (type_on(sq) == PAWN)
-            nearest = std::min(nearest, distance_between(king_square<Us>(), sq));
     }
-    if (nearest < 16) score += weigh<Us>(KING_FAR_FROM_PAWNS, nearest);
     return score;
+}
+
+// Distance of a king to the nearest pawn of either colour; there is one.
+int nearest_pawn(int king) {
+    int nearest = 16;
+    for (const PieceList* list : {&white_list, &black_list}) {
+        for (int i = 0; i < list->size; ++i) {
+            const int sq = list->squares[at(i)];
+            if (type_on(sq) == PAWN) nearest = std::min(nearest, distance_between(king, sq));
+        }
+    }
+    return nearest;
+}
+
+template <int Us> ScorePair king_to_pawns() {
+    if (white_pawns + black_pawns == 0) return 0;
+    return weigh<Us>(KING_FAR_FROM_PAWNS, nearest_pawn(king_square<Us>()));
 }
 
 // ---------------------------------------------------------------------------
@@ -170,8 +183,8 @@ template <int Us> std::uint8_t storming_pawns() {
 }
 
 void work_out(PawnTerms& terms) {
-    terms.structure = {structure_of<WHITE>(white_list, terms.passed[0]),
-                       structure_of<BLACK>(black_list, terms.passed[1])};
+    terms.structure = {structure_of<WHITE>(white_list, terms.passed[0]) + king_to_pawns<WHITE>(),
+                       structure_of<BLACK>(black_list, terms.passed[1]) + king_to_pawns<BLACK>()};
     terms.shelter = {shelter<WHITE>(), shelter<BLACK>()};
     terms.storm = {storming_pawns<WHITE>(), storming_pawns<BLACK>()};
     terms.key = pawn_key;
