@@ -42,6 +42,7 @@ void init_engine() {
     begin_initial_position();
     init_square_distance();
     init_square_tables();
+    init_kpk();
     // The key is computed before side and en-passant square are set; deliberate. Within a
     // game all keys then differ from the true ones by the same constant.
     init_keys();

@@ -202,6 +202,13 @@ bool is_bare_minor_draw();
 /// for the side to move, or false when the position is none of them.
 bool special_ending(int& score);
 
+/// Solve king and pawn against king. Run at start-up; running it again changes nothing.
+void init_kpk();
+
+/// True if the side of colour `strong`, which has a pawn on `pawn` against a bare king, wins
+/// with best play. Exact for every legal position; false for a pawn on the first or last rank.
+bool is_won_kpk(int strong, int strong_king, int pawn, int lone_king, bool strong_to_move);
+
 /// True for pawnless endings such as rook and minor piece against rook, whose score is cut
 /// to a quarter.
 bool is_drawish_pawnless_ending();
