@@ -1,5 +1,5 @@
-// Endings without pawns: dead draws, the mates against a bare king, and the endings of
-// one piece each.
+// Endings with a score of their own; those without pawns: dead draws, the mates against a bare
+// king, and the endings of one piece each.
 #include "eval/eval.h"
 
 #include <cstdlib>
@@ -97,7 +97,9 @@ bool is_bare_minor_draw() {
 }
 
 bool special_ending(int& score) {
-    if (white_pawns + black_pawns != 0) return false;
+    if (white_pawns + black_pawns != 0) {
+        return white_pieces + black_pieces == 0 && known_pawn_ending(score);
+    }
     if (white_material + black_material == std::abs(white_material - black_material)) {
         score = bare_king_score();
         return true;

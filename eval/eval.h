@@ -198,9 +198,19 @@ constexpr int FULL_SCALE = 64;
 /// Material below which a bare piece cannot mate, two knights included.
 bool is_bare_minor_draw();
 
-/// Endings without pawns that have a score of their own. Returns true and writes the score
-/// for the side to move, or false when the position is none of them.
+/// Endings that have a score of their own: without pawns, and known_pawn_ending(). Returns
+/// true and writes the score for the side to move, or false when the position is none of them.
 bool special_ending(int& score);
+
+/// True for one pawn against the bare king, and for pawns of one rook's file that cannot win
+/// against it: writes the score for the side to move. To be called without pieces on the board
+/// and after eval_setup().
+bool known_pawn_ending(int& score);
+
+/// Add to the colours' totals, in centipawns, what only endings without pieces allow: pawns that
+/// run to queen unstopped and who wins the race, pawns that beat a bare king, the opposition.
+/// To be called after eval_setup().
+void add_pawn_ending_terms(int& white_pos, int& black_pos);
 
 /// Solve king and pawn against king. Run at start-up; running it again changes nothing.
 void init_kpk();

@@ -186,7 +186,15 @@ Totals middlegame_terms() {
 
 Totals endgame_terms() {
     const PawnTerms& pawns = pawn_terms();
-    return men_terms(pawns, white_endgame_tables, black_endgame_tables);
+    Totals totals = men_terms(pawns, white_endgame_tables, black_endgame_tables);
+    if (white_pieces + black_pieces == 0) {
+        Totals ending;
+        add_pawn_ending_terms(ending.white_pos, ending.black_pos);
+        note(&EvalTrace::pawn_ending, {ending.white_pos, ending.black_pos});
+        totals.white_pos += ending.white_pos;
+        totals.black_pos += ending.black_pos;
+    }
+    return totals;
 }
 
 // ---------------------------------------------------------------------------
