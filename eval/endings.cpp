@@ -2,6 +2,7 @@
 // king, and the endings of one piece each.
 #include "eval/eval.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace tarsimo {
@@ -17,6 +18,18 @@ constexpr int DRAWISH_HIGH = 850;  // rook and bishop
 constexpr int WON_AGAINST_BARE_KING = 10000;
 constexpr int WON_BISHOP_AND_KNIGHT = 990;
 constexpr int KING_DISTANCE_WEIGHT = 12;
+
+// One piece each, for the side with the better one.
+constexpr int WON_QUEEN_AGAINST_ROOK = 600;   // 446 to 608 with what follows
+constexpr int WON_QUEEN_AGAINST_MINOR = 680;  // 526 to 688
+constexpr int QUEEN_ENDING_CENTRE_WEIGHT = 14;
+constexpr int QUEEN_ENDING_KING_WEIGHT = 10;  // for the distance of the kings
+constexpr int QUEEN_ENDING_LOOSE_PIECE = 4;   // for its distance from its king
+constexpr int ROOK_AGAINST_MINOR = 45;        // mostly a draw: 1 to 71
+constexpr int ROOK_ENDING_CENTRE_WEIGHT = 5;
+constexpr int ROOK_ENDING_KING_WEIGHT = 2;
+constexpr int ROOK_ENDING_LOOSE_KNIGHT = 4;
+constexpr int ROOK_ENDING_WRONG_CORNER = 15;  // of the bishop's colour; its king can be mated there
 
 // Boards drawn as seen from white: rank 8 on top, files a to h.
 using Grid = std::array<int, 64>;
@@ -89,6 +102,48 @@ int bare_king_score() {
     return side == strong ? score : -score;
 }
 
+// Steps from the edge, of file and rank together: 0 in the corners, 6 in the centre.
+int centrality(int sq) {
+    const int file = square_file[at(sq)];
+    const int rank = square_rank[at(sq)];
+    return std::min(file, 9 - file) + std::min(rank, 9 - rank) - 2;
+}
+
+// Colour of the corner nearest to a square.
+int corner_colour(int sq) {
+    const bool near_a1_or_h8 = (square_file[at(sq)] <= 4) == (square_rank[at(sq)] <= 4);
+    return near_a1_or_h8 ? square_colour(A1) : square_colour(A8);
+}
+
+// The square of the one piece that a list holds beside the king.
+int piece_square(const PieceList& list, int king) {
+    return list.squares[list.squares[0] == king ? 1 : 0];
+}
+
+// The colour Us has the more valuable piece. A queen wins: the weak king is driven to the edge
+// and away from its piece. A rook can only hope to.
+template <int Us> int one_piece_each_score() {
+    const int own_piece = piece_square(Us == WHITE ? white_list : black_list, king_square<Us>());
+    const int weak_king = king_square<-Us>();
+    const int weak_piece = piece_square(Us == WHITE ? black_list : white_list, weak_king);
+    const int centre = centrality(weak_king);
+    const int kings = distance_between(king_square<Us>(), weak_king);
+    const int loose = distance_between(weak_king, weak_piece);
+    const int weak_type = type_on(weak_piece);
+
+    if (type_on(own_piece) == QUEEN) {
+        return (weak_type == ROOK ? WON_QUEEN_AGAINST_ROOK : WON_QUEEN_AGAINST_MINOR) -
+               QUEEN_ENDING_CENTRE_WEIGHT * centre - QUEEN_ENDING_KING_WEIGHT * kings +
+               QUEEN_ENDING_LOOSE_PIECE * loose;
+    }
+    int score =
+        ROOK_AGAINST_MINOR - ROOK_ENDING_CENTRE_WEIGHT * centre - ROOK_ENDING_KING_WEIGHT * kings;
+    if (weak_type == KNIGHT) score += ROOK_ENDING_LOOSE_KNIGHT * loose;
+    else if (centre <= 1 && corner_colour(weak_king) == square_colour(weak_piece))
+        score += ROOK_ENDING_WRONG_CORNER;
+    return score;
+}
+
 }  // namespace
 
 bool is_bare_minor_draw() {
@@ -104,9 +159,10 @@ bool special_ending(int& score) {
         score = bare_king_score();
         return true;
     }
-    // One piece each: level until the ending is known better.
     if (white_pieces == 1 && black_pieces == 1) {
-        score = 0;
+        score = white_material > black_material   ? side * one_piece_each_score<WHITE>()
+                : black_material > white_material ? -side * one_piece_each_score<BLACK>()
+                                                  : 0;
         return true;
     }
     return false;
