@@ -2,8 +2,6 @@
 // check handling.
 #include "search/search.h"
 
-#include "eval/eval.h"
-
 #include <algorithm>
 
 namespace tarsimo {
@@ -30,14 +28,14 @@ int quiesce(int alpha, int beta, int qply) {
     note_node('Q', alpha, beta, qply, false, false);
     ++nodes;
     if (qply >= 0 && is_repetition()) return 0;
-    if (!may_generate()) return evaluate(alpha, beta);
+    if (!may_generate()) return static_score(alpha, beta);
     if (nodes % STOP_TEST_INTERVAL == 0 && input_pending()) {
         search_aborted = true;
         return 0;
     }
 
     // Stand pat.
-    int best = evaluate(alpha, beta);
+    int best = static_score(alpha, beta);
     if (best >= beta) return best;
     alpha = std::max(alpha, best);
 

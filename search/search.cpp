@@ -279,6 +279,12 @@ int late_move_reduction(int depth, int move_number) {
     return lmr_table[at(std::min(depth / 2, 31))][at(std::min(move_number, 63))];
 }
 
+int static_score(int alpha, int beta) {
+    const bool bare_king = white_pieces == 0 || black_pieces == 0;
+    if (bare_king && white_pawns + black_pawns == 0) return evaluate(-MATE_BOUND, MATE_BOUND);
+    return evaluate(alpha, beta);
+}
+
 int search_late_move(int alpha, int beta, int new_depth, bool gives_check) {
     const int score = -search(-alpha - 1, -alpha, new_depth, true, gives_check);
     if (score <= alpha || score >= beta || search_aborted) return score;
@@ -291,7 +297,7 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
     // Horizon and maximum ply.
     clear_pv_line();
     if (depth < ONE_PLY) return quiesce(alpha, beta, 0);
-    if (!may_generate()) return evaluate(alpha, beta);
+    if (!may_generate()) return static_score(alpha, beta);
 
     // Draw by repetition, once is enough, or by the fifty-move rule.
     if (fifty > FIFTY_LIMIT || is_repetition()) return 0;
@@ -340,7 +346,7 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
     // Rules on the whole node; none of them in check.
     if (!node_in_check) {
         const bool pieces_on_both_sides = both_sides_have_pieces();
-        node.eval = evaluate(alpha, beta);
+        node.eval = static_score(alpha, beta);
         eval_stack[at(search_ply)] = node.eval;
         const int eval_two_plies_back = search_ply >= 2 ? eval_stack[at(search_ply - 2)] : 0;
 

@@ -68,6 +68,11 @@ int search_late_move(int alpha, int beta, int new_depth, bool gives_check);
 /// Returns the score, or 0 with search_aborted set.
 int quiesce(int alpha, int beta, int qply);
 
+/// evaluate() as the searches ask for it: with the bounds of the node, but with open bounds when
+/// a bare king stands against pieces alone. The lazy exit would hide how far the mate has come
+/// from a window near the score of a won ending, and such an ending could not be won.
+int static_score(int alpha, int beta);
+
 /// All replies to the root move just made, as one node with open lower bound.
 ///   beta    upper bound for the replying side
 ///   depth   half-plies
