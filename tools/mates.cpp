@@ -1,0 +1,203 @@
+// tarsimo-mates: does the engine win the endings that are won? Random positions with the strong
+// side to move are played out by the engine against itself.
+//
+//   tarsimo-mates ENDING COUNT MILLISECONDS
+//
+// ENDING is KQK, KRK, KBBK, KBNK or KQKR; MILLISECONDS the time for a move. The positions are the
+// same in every run: legal, bishops on both colours, neither mate nor stalemate, and no piece that
+// can be taken at once. A game counts as won when the strong side mates within fifty moves of its
+// own; stalemate, the loss of a piece and a position's third occurrence end it.
+#include "board/board.h"
+#include "control/control.h"
+#include "eval/eval.h"
+#include "search/search.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+namespace {
+
+using namespace tarsimo;
+
+constexpr int FIFTY_MOVES = 50;
+constexpr int MOST_GAMES = 100000;
+constexpr int NO_OVERTIME = 1;  // moves to the time control: few enough for strict time
+constexpr unsigned SEED = 1912;
+
+struct Ending {
+    const char* name;
+    const char* white;  // FEN letters
+    const char* black;
+};
+
+constexpr Ending endings[] = {
+    {"KQK", "KQ", "k"},   {"KRK", "KR", "k"},   {"KBBK", "KBB", "k"},
+    {"KBNK", "KBN", "k"}, {"KQKR", "KQ", "kr"},
+};
+
+struct Game {
+    const char* result = "";
+    int moves = 0;  // of the strong side
+    std::string text;
+};
+
+bool has_legal_move() {
+    generate_moves();
+    for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
+        make_move(i);
+        const bool legal = king_left_safe();
+        unmake_move();
+        if (legal) return true;
+    }
+    return false;
+}
+
+// True if the black side, to move, can take a white piece at once.
+bool black_takes_something() {
+    generate_moves();
+    for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
+        if (move_at(i).captured == 0) continue;
+        make_move(i);
+        const bool legal = king_left_safe();
+        unmake_move();
+        if (legal) return true;
+    }
+    return false;
+}
+
+std::string fen_of(const std::string& men, const std::vector<int>& squares) {
+    std::string rows = "11111111/11111111/11111111/11111111/11111111/11111111/11111111/11111111";
+    for (std::size_t i = 0; i < men.size(); ++i) {
+        const int sq = squares[i];
+        rows[at((8 - sq / 8) * 9 - 9 + sq % 8)] = men[i];
+    }
+    return rows + " w - -";
+}
+
+// Set up the next random position of the ending that is fit to be played.
+void set_up_random(const Ending& ending, std::mt19937& random) {
+    const std::string men = std::string(ending.white) + ending.black;
+    std::vector<int> squares(men.size());
+    for (;;) {
+        // The low bits of the raw numbers, so that every library draws the same positions.
+        for (int& sq : squares) sq = static_cast<int>(random() % 64);
+        std::vector<int> sorted = squares;
+        std::sort(sorted.begin(), sorted.end());
+        if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end()) continue;
+        if (std::string(ending.white) == "KBB") {
+            const auto dark = [](int sq) { return (sq / 8 + sq % 8) % 2; };
+            if (dark(squares[1]) == dark(squares[2])) continue;
+        }
+        set_position_fen(fen_of(men, squares));
+        if (in_check() || is_attacked(black_king_sq, WHITE) || !has_legal_move()) continue;
+        side = BLACK;
+        const bool spoiled = black_takes_something() || !has_legal_move();
+        side = WHITE;
+        if (!spoiled) return;
+    }
+}
+
+// How often the position has stood on the board since the last irreversible move.
+int repetitions() {
+    int count = 0;
+    for (int ply = std::max(0, game_ply - fifty); ply < game_ply; ++ply) {
+        if (history_entry(ply).key == hash_key) ++count;
+    }
+    return count;
+}
+
+// Let the engine move for the side to move. Returns false when that ends the game.
+bool play_move(Game& game) {
+    think();
+    search_ply = 0;
+    const HistoryEntry& move = history_entry(game_ply - 1);
+    game.text += " " + square_name(move.from) + square_name(move.to);
+    if (has_legal_move()) return true;
+    game.result = !in_check() ? "stalemate" : side == BLACK ? "mate" : "mated";
+    return false;
+}
+
+Game play_out(int milliseconds) {
+    Game game;
+    const int pieces = white_pieces;
+    time_budget_ms = milliseconds;
+    moves_left = NO_OVERTIME;
+    while (game.moves < FIFTY_MOVES) {
+        ++game.moves;
+        if (!play_move(game) || !play_move(game)) return game;
+        if (white_pieces < pieces) {
+            game.result = "piece lost";
+            return game;
+        }
+        if (repetitions() >= 2) {
+            game.result = "repetition";
+            return game;
+        }
+    }
+    game.result = "fifty moves";
+    return game;
+}
+
+int play_games(const Ending& ending, int count, int milliseconds, std::FILE* report) {
+    std::mt19937 random(SEED);
+    int mates = 0;
+    int total_moves = 0;
+    int longest = 0;
+    for (int n = 1; n <= count; ++n) {
+        set_up_random(ending, random);
+        const auto start = board;
+        const Game game = play_out(milliseconds);
+        const bool won = std::string(game.result) == "mate";
+        if (won) {
+            ++mates;
+            total_moves += game.moves;
+            longest = std::max(longest, game.moves);
+        }
+        std::fprintf(report, "%s %d: %s, %d moves, from", ending.name, n, game.result, game.moves);
+        for (int sq = A1; sq <= H8; ++sq) {
+            const int piece = start[at(sq)];
+            if (piece == EMPTY || piece == OFFBOARD) continue;
+            const char letter = SAN_LETTERS[std::abs(piece)];
+            std::fprintf(report, " %s%c%s", piece > 0 ? "" : "*", letter, square_name(sq).c_str());
+        }
+        std::fprintf(report, "%s%s\n", won ? "" : ":", won ? "" : game.text.c_str());
+        std::fflush(report);
+    }
+    std::fprintf(report, "%s: %d of %d mated, %.1f moves on average, longest %d\n", ending.name,
+                 mates, count, mates > 0 ? static_cast<double>(total_moves) / mates : 0.0, longest);
+    return mates;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::string name = argc == 4 ? argv[1] : "";
+    const auto ending = std::find_if(std::begin(endings), std::end(endings),
+                                     [&](const Ending& e) { return name == e.name; });
+    const int count = argc == 4 ? parse_number(argv[2], MOST_GAMES) : 0;
+    const int milliseconds = argc == 4 ? parse_number(argv[3], UNLIMITED_BUDGET_MS) : 0;
+    if (ending == std::end(endings) || count < 1 || milliseconds < 1) {
+        std::fprintf(stderr, "usage: tarsimo-mates KQK|KRK|KBBK|KBNK|KQKR COUNT MILLISECONDS\n");
+        return 2;
+    }
+
+    // What the engine prints while it thinks is dropped, and nobody speaks to it.
+    const int output = dup(STDOUT_FILENO);
+    std::FILE* report = output >= 0 ? fdopen(output, "w") : nullptr;
+    if (report == nullptr || std::freopen("/dev/null", "w", stdout) == nullptr ||
+        std::freopen("/dev/null", "r", stdin) == nullptr) {
+        std::fprintf(stderr, "tarsimo-mates: cannot redirect input and output\n");
+        return 2;
+    }
+    init_engine();
+    xboard_mode = true;
+    play_games(*ending, count, milliseconds, report);
+    std::fclose(report);
+    return EXIT_SUCCESS;
+}
