@@ -76,9 +76,6 @@ constexpr Grid dark_corner_table = {
 };
 // clang-format on
 
-// 1 on dark squares (a1 among them), 0 on light ones.
-int square_colour(int sq) { return (sq / 10 + sq % 10 + 1) % 2 == 0 ? 1 : 0; }
-
 bool cannot_mate(int piece_material) {
     return piece_material <= LESS_THAN_ROOK || piece_material == TWO_KNIGHTS;
 }
@@ -104,14 +101,14 @@ int bare_king_score() {
 
 // Steps from the edge, of file and rank together: 0 in the corners, 6 in the centre.
 int centrality(int sq) {
-    const int file = square_file[at(sq)];
-    const int rank = square_rank[at(sq)];
+    const int file = file_of(sq);
+    const int rank = own_rank<WHITE>(sq);
     return std::min(file, 9 - file) + std::min(rank, 9 - rank) - 2;
 }
 
 // Colour of the corner nearest to a square.
 int corner_colour(int sq) {
-    const bool near_a1_or_h8 = (square_file[at(sq)] <= 4) == (square_rank[at(sq)] <= 4);
+    const bool near_a1_or_h8 = (file_of(sq) <= 4) == (own_rank<WHITE>(sq) <= 4);
     return near_a1_or_h8 ? square_colour(A1) : square_colour(A8);
 }
 
@@ -123,9 +120,9 @@ int piece_square(const PieceList& list, int king) {
 // The colour Us has the more valuable piece. A queen wins: the weak king is driven to the edge
 // and away from its piece. A rook can only hope to.
 template <int Us> int one_piece_each_score() {
-    const int own_piece = piece_square(Us == WHITE ? white_list : black_list, king_square<Us>());
+    const int own_piece = piece_square(own_list<Us>(), king_square<Us>());
     const int weak_king = king_square<-Us>();
-    const int weak_piece = piece_square(Us == WHITE ? black_list : white_list, weak_king);
+    const int weak_piece = piece_square(own_list<-Us>(), weak_king);
     const int centre = centrality(weak_king);
     const int kings = distance_between(king_square<Us>(), weak_king);
     const int loose = distance_between(weak_king, weak_piece);

@@ -7,6 +7,7 @@
 #define TARSIMO_EVAL_EVAL_H
 
 #include "board/board.h"
+#include "eval/square_set.h"
 #include "eval/weights.h"
 
 namespace tarsimo {
@@ -72,11 +73,11 @@ struct EvalSide {
     /// and neither an own pawn nor the own king stands, plus ZONE_SQUARE around the enemy king.
     std::array<std::uint8_t, BOARD_SIZE> area;
 
-    int king_attack_count;              ///< attacks on the enemy king's surroundings
-    std::array<int, 2> bishops;         ///< own bishops on light squares, on dark squares
-    std::array<int, 2> pawns_by_shade;  ///< own pawns on light squares, on dark squares
-    int queens;                         ///< own queens
-    std::uint64_t passed;               ///< own passed pawns, by square_bit()
+    int king_attack_count;               ///< attacks on the enemy king's surroundings
+    std::array<int, 2> bishops;          ///< own bishops by square_colour()
+    std::array<int, 2> pawns_by_colour;  ///< own pawns by square_colour()
+    int queens;                          ///< own queens
+    SquareSet passed;                    ///< own passed pawns
 };
 
 constexpr int SAFE_SQUARE = 1;   ///< in EvalSide::area
@@ -107,7 +108,13 @@ template <int Us> inline int own_development() {
     else return black_development;
 }
 
-constexpr int file_of(int sq) { return sq % 10; }  ///< 1..8 on the board
+template <int Us> inline const PieceList& own_list() {
+    if constexpr (Us == WHITE) return white_list;
+    else return black_list;
+}
+
+/// 1..8 on the board, 0 and 9 on the border columns.
+constexpr int file_of(int sq) { return sq % 10; }
 
 /// Files from the edge to the centre: 0 for a and h, 3 for d and e.
 constexpr int wing_of(int sq) { return file_of(sq) <= 4 ? file_of(sq) - 1 : 8 - file_of(sq); }
@@ -137,12 +144,8 @@ template <int Us> inline int enemy_rear_pawn(int file) {
     else return 9 - white_rear_pawn[at(file)];
 }
 
-constexpr int shade_of(int sq) { return (sq / 10 + sq % 10 + 1) % 2 == 0 ? 1 : 0; }  ///< 1 dark
-
-constexpr std::uint64_t square_bit(int sq) {
-    return std::uint64_t{1} << ((sq / 10 - 2) * 8 + sq % 10 - 1);
-}
-constexpr int bit_square(int bit) { return A1 + bit / 8 * 10 + bit % 8; }  ///< bit 0..63
+/// 1 on dark squares (a1 among them), 0 on light ones.
+constexpr int square_colour(int sq) { return (sq / 10 + sq % 10 + 1) % 2 == 0 ? 1 : 0; }
 
 // ---------------------------------------------------------------------------
 // Square tables
@@ -172,11 +175,11 @@ template <int Us> int opening_terms();
 
 /// What the pawns and kings alone decide; one entry of the pawn cache.
 struct alignas(64) PawnTerms {
-    std::uint64_t key;                    ///< pawn_key; 0 in an empty entry
-    std::array<std::uint64_t, 2> passed;  ///< passed pawns by colour: white, black
-    std::array<ScorePair, 2> structure;   ///< pawn structure by colour
-    std::array<int, 2> shelter;           ///< shelter of the king, before it is scaled
-    std::array<std::uint8_t, 2> storm;    ///< pawns in front of the enemy king
+    std::uint64_t key;                   ///< pawn_key; 0 in an empty entry
+    std::array<SquareSet, 2> passed;     ///< passed pawns by colour: white, black
+    std::array<ScorePair, 2> structure;  ///< pawn structure by colour
+    std::array<int, 2> shelter;          ///< shelter of the king, before it is scaled
+    std::array<std::uint8_t, 2> storm;   ///< pawns in front of the enemy king
 };
 
 /// The pawn terms of the position, from their cache or worked out. Sets EvalSide::passed.

@@ -98,7 +98,7 @@ int material_score() {
 
 // The one walk over a colour's men: square values and piece terms.
 template <int Us> ScorePair walk_men(const SquareTables& tables, int& squares) {
-    const PieceList& list = Us == WHITE ? white_list : black_list;
+    const PieceList& list = own_list<Us>();
     ScorePair score = 0;
     squares = 0;
     for (int i = 0; i < list.size; ++i) {
@@ -254,7 +254,7 @@ void begin_side(EvalSide& eval) {
     eval.area = open_area;
     eval.king_attack_count = 0;
     eval.bishops = {0, 0};
-    eval.pawns_by_shade = {0, 0};
+    eval.pawns_by_colour = {0, 0};
     eval.queens = 0;
 }
 
@@ -272,7 +272,7 @@ template <int Us> void set_up_pawn(int sq) {
         them.area[at(target)] = 0;
     }
     us.area[at(sq)] = 0;
-    ++us.pawns_by_shade[at(shade_of(sq))];
+    ++us.pawns_by_colour[at(square_colour(sq))];
     pawn_key ^= piece_key(Us * PAWN, sq);
 }
 

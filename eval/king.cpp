@@ -78,7 +78,7 @@ template <int Us, int... Steps> int weak_ring(int king) {
 
 // A pawn step that would attack an enemy piece from a square where it is not lost at once.
 template <int Us> int push_threats() {
-    const PieceList& list = Us == WHITE ? white_list : black_list;
+    const PieceList& list = own_list<Us>();
     int count = 0;
     for (int i = 0; i < list.size; ++i) {
         const int sq = list.squares[at(i)];
@@ -133,7 +133,7 @@ template <int Us> ScorePair king_danger_term() {
 }
 
 template <int Us> ScorePair threat_term() {
-    const PieceList& enemies = Us == WHITE ? black_list : white_list;
+    const PieceList& enemies = own_list<-Us>();
     ScorePair score = 0;
     for (int i = 0; i < enemies.size; ++i) {
         const int sq = enemies.squares[at(i)];

@@ -4,7 +4,6 @@
 // Everything is seen by the side with the pawn, as if it were white and its pawn on the files
 // a to d.
 #include "eval/eval.h"
-#include "eval/square_set.h"
 
 #include <algorithm>
 #include <bit>
@@ -102,8 +101,8 @@ void init_kpk() {
 
 bool is_won_kpk(int strong, int strong_king, int pawn, int lone_king, bool strong_to_move) {
     const auto seen = [&](int sq) { return strong == WHITE ? sq : mirror_square[at(sq)]; };
-    const int rank = square_rank[at(seen(pawn))];
-    const int file = square_file[at(pawn)];
+    const int rank = own_rank<WHITE>(seen(pawn));
+    const int file = file_of(pawn);
     if (rank < 2 || rank >= QUEENING_RANK) return false;
 
     const int turn = file > PAWN_FILES ? 7 : 0;  // exchanges the files a and h, b and g ...

@@ -6,7 +6,6 @@
 // set of squares that the enemy king may have reached is grown move by move, all other men
 // standing still. Each colour looks at the board from its own side, as if it were white.
 #include "eval/eval.h"
-#include "eval/square_set.h"
 
 #include <algorithm>
 #include <array>
@@ -34,35 +33,17 @@ struct Run {
     int target = 0;  // where it queens
 };
 
-template <int Us> const PieceList& own_list() {
-    if constexpr (Us == WHITE) return white_list;
-    else return black_list;
-}
-
-template <int Us> int seen(int sq) { return Us == WHITE ? sq : mirror_square[at(sq)]; }
-
-template <int Us> int index_seen(int sq) { return set_index(seen<Us>(sq)); }
-
-template <int Us> int rank_seen(int sq) { return square_rank[at(seen<Us>(sq))]; }
+template <int Us> int index_seen(int sq) { return set_index(own_square<Us>(sq)); }
 
 // The eighth rank's square on the file of a pawn.
-template <int Us> int queening_square(int sq) {
-    return (Us == WHITE ? A8 : A1) + square_file[at(sq)] - 1;
-}
+template <int Us> int queening_square(int sq) { return (Us == WHITE ? A8 : A1) + file_of(sq) - 1; }
 
-// No enemy pawn ahead of it on its own file and the two beside.
 template <int Us> bool is_passed(int sq) {
-    const int file = square_file[at(sq)];
-    const int rank = square_rank[at(sq)];
-    for (int f = file - 1; f <= file + 1; ++f) {
-        if (Us == WHITE ? black_rear_pawn[at(f)] > rank : white_rear_pawn[at(f)] < rank)
-            return false;
-    }
-    return true;
+    return (eval_side<Us>().passed & bit(set_index(sq))) != 0;
 }
 
 template <int Us> bool is_on_solved_rank(int sq) {
-    const int rank = rank_seen<Us>(sq);
+    const int rank = own_rank<Us>(sq);
     return rank >= 2 && rank <= 7;
 }
 
@@ -154,7 +135,7 @@ bool queen_attacks(int from, int target, int runner, int rival) {
 // A rook's or bishop's pawn on its seventh rank, with its king beside the queening square, holds
 // the draw against a queen.
 bool may_be_fortress(const Run& rival, int rival_king) {
-    const int file = square_file[at(rival.from)];
+    const int file = file_of(rival.from);
     const bool rook_or_bishop_pawn = file == 1 || file == 3 || file == 6 || file == 8;
     return rook_or_bishop_pawn && distance_between(rival_king, rival.target) <= 1;
 }
@@ -212,13 +193,13 @@ template <int Us> int running_score(const Run& own, const Run& rival) {
 
 // Any number of pawns on one rook's file, and the lone king in the corner that they need.
 template <int Us> bool is_rook_pawn_draw(int pawn) {
-    const int file = square_file[at(pawn)];
+    const int file = file_of(pawn);
     if (file != 1 && file != 8) return false;
     if (distance_between(king_square<-Us>(), queening_square<Us>(pawn)) > 1) return false;
     const PieceList& list = own_list<Us>();
     return std::all_of(list.squares.begin(), list.squares.begin() + list.size, [&](int sq) {
         if (piece_on(sq) != Us * PAWN) return true;
-        return square_file[at(sq)] == file && is_on_solved_rank<Us>(sq) && !beats_bare_king<Us>(sq);
+        return file_of(sq) == file && is_on_solved_rank<Us>(sq) && !beats_bare_king<Us>(sq);
     });
 }
 
@@ -230,7 +211,7 @@ template <int Us> bool known_against_bare_king(int& score) {
     if (pawn_count<Us>() > 1) return is_rook_pawn_draw<Us>(pawn);
     if (!is_on_solved_rank<Us>(pawn)) return false;
     if (!beats_bare_king<Us>(pawn)) return true;
-    score = WON_KPK + WON_KPK_RANK * rank_seen<Us>(pawn) -
+    score = WON_KPK + WON_KPK_RANK * own_rank<Us>(pawn) -
             WON_KPK_KING_DISTANCE * distance_between(king, queening_square<Us>(pawn));
     if (side != Us) score = -score;
     return true;

@@ -77,7 +77,7 @@ template <int Us> ScorePair passed_pawn_structure(int sq, int rank) {
     return score;
 }
 
-template <int Us> ScorePair one_pawn(int sq, std::uint64_t& passed) {
+template <int Us> ScorePair one_pawn(int sq, SquareSet& passed) {
     const int file = file_of(sq);
     const int rank = own_rank<Us>(sq);
     const int opposed = enemy_ahead<Us>(file, rank) ? 0 : 1;
@@ -98,7 +98,7 @@ template <int Us> ScorePair one_pawn(int sq, std::uint64_t& passed) {
     if (own_rear_pawn<Us>(file) < rank) score += weigh<Us>(PAWN_DOUBLED);
 
     if (is_passed<Us>(sq, file, rank)) {
-        passed |= square_bit(sq);
+        passed |= bit(set_index(sq));
         score += passed_pawn_structure<Us>(sq, rank);
     } else if (opposed == 1 && !own_ahead<Us>(sq) &&
                helpers<Us>(sq, -1) + helpers<Us>(sq, 1) >=
@@ -108,7 +108,8 @@ template <int Us> ScorePair one_pawn(int sq, std::uint64_t& passed) {
     return score;
 }
 
-template <int Us> ScorePair structure_of(const PieceList& list, std::uint64_t& passed) {
+template <int Us> ScorePair structure_of(SquareSet& passed) {
+    const PieceList& list = own_list<Us>();
     ScorePair score = 0;
     passed = 0;
     for (int i = 0; i < list.size; ++i) {
@@ -183,8 +184,8 @@ template <int Us> std::uint8_t storming_pawns() {
 }
 
 void work_out(PawnTerms& terms) {
-    terms.structure = {structure_of<WHITE>(white_list, terms.passed[0]) + king_to_pawns<WHITE>(),
-                       structure_of<BLACK>(black_list, terms.passed[1]) + king_to_pawns<BLACK>()};
+    terms.structure = {structure_of<WHITE>(terms.passed[0]) + king_to_pawns<WHITE>(),
+                       structure_of<BLACK>(terms.passed[1]) + king_to_pawns<BLACK>()};
     terms.shelter = {shelter<WHITE>(), shelter<BLACK>()};
     terms.storm = {storming_pawns<WHITE>(), storming_pawns<BLACK>()};
     terms.key = pawn_key;
@@ -231,8 +232,8 @@ const PawnTerms& pawn_terms() {
 
 template <int Us> ScorePair passed_pawn_term() {
     ScorePair score = 0;
-    for (std::uint64_t rest = eval_side<Us>().passed; rest != 0; rest &= rest - 1) {
-        const int sq = bit_square(std::countr_zero(rest));
+    for (SquareSet rest = eval_side<Us>().passed; rest != 0; rest &= rest - 1) {
+        const int sq = square_of_bit(std::countr_zero(rest));
         const int rank = own_rank<Us>(sq);
         if (rank >= 4 && rank <= 7) score += one_passed_pawn<Us>(sq, rank);
     }

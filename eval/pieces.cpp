@@ -99,10 +99,10 @@ template <int Us> bool rules_long_diagonal(int sq) {
 
 template <int Us> ScorePair bishop_place(int sq) {
     EvalSide& us = eval_side<Us>();
-    const auto shade = at(shade_of(sq));
+    const auto colour = at(square_colour(sq));
     ScorePair score = minor_place<Us>(sq, BISHOP, BISHOP_OUTPOST);
-    if (us.bishops[shade]++ == 0 && us.bishops[1 - shade] != 0) score += weigh<Us>(BISHOP_PAIR);
-    score += weigh<Us>(BISHOP_BLOCKED_BY_PAWNS, us.pawns_by_shade[shade]);
+    if (us.bishops[colour]++ == 0 && us.bishops[1 - colour] != 0) score += weigh<Us>(BISHOP_PAIR);
+    score += weigh<Us>(BISHOP_BLOCKED_BY_PAWNS, us.pawns_by_colour[colour]);
     if (is_trapped_bishop<Us>(sq)) score += weigh<Us>(BISHOP_TRAPPED);
     if (rules_long_diagonal<Us>(sq)) score += weigh<Us>(BISHOP_LONG_DIAGONAL);
     return score;

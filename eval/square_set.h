@@ -1,4 +1,4 @@
-/// Sets of squares as 64-bit numbers, for the pawn endings: bit 0 is a1, bit 7 h1, bit 63 h8.
+/// Sets of squares as 64-bit numbers, bit 0 is a1, bit 7 h1, bit 63 h8.
 #ifndef TARSIMO_EVAL_SQUARE_SET_H
 #define TARSIMO_EVAL_SQUARE_SET_H
 
@@ -10,6 +10,9 @@ using SquareSet = std::uint64_t;
 
 /// Bit number 0..63 of a playing square.
 constexpr int set_index(int sq) { return (sq / 10 - 2) * 8 + sq % 10 - 1; }
+
+/// The playing square of a bit number 0..63.
+constexpr int square_of_bit(int index) { return A1 + index / 8 * 10 + index % 8; }
 
 /// The set of one bit number 0..63.
 constexpr SquareSet bit(int index) { return SquareSet{1} << index; }
