@@ -100,6 +100,12 @@ template <int Us> int moves_to_queen(int sq, const Guard& guard, bool enemy_firs
     return (reach & bit(pawn)) == 0 ? moves : 0;
 }
 
+// Of equally fast pawns the one nearer to the a-file counts, for both colours alike.
+bool goes_before(int plies, int pawn, const Run& other) {
+    return plies != other.plies ? plies < other.plies
+                                : square_file[at(pawn)] < square_file[at(other.from)];
+}
+
 template <int Us> Run fastest_run() {
     Run best;
     const PieceList& list = own_list<Us>();
@@ -116,7 +122,7 @@ template <int Us> Run fastest_run() {
     for (; pawn != end; pawn = std::find_if(pawn + 1, end, is_candidate)) {
         const int moves = moves_to_queen<Us>(*pawn, guard, enemy_first);
         const int plies = 2 * moves + waiting;
-        if (moves == 0 || (best.plies != 0 && best.plies <= plies)) continue;
+        if (moves == 0 || (best.plies != 0 && !goes_before(plies, *pawn, best))) continue;
         best = {plies, *pawn, queening_square<Us>(*pawn)};
     }
     return best;
