@@ -1,0 +1,55 @@
+#include "tools/tuning/extract.h"
+
+#include "control/control.h"
+#include "eval/eval.h"
+#include "search/search.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+namespace tarsimo::tuning {
+
+namespace {
+
+constexpr int FIRST_PLIES = 4;   // of a game, still too much like its random start
+constexpr int LAST_FIFTY = 80;   // later scores fade towards the draw
+constexpr int WON_SCORE = 2000;  // beyond it, mates of bare kings too, there is nothing to learn
+
+bool is_wanted(const PlayedMove& move) {
+    return fifty < LAST_FIFTY && std::abs(move.score) < WON_SCORE && is_quiet();
+}
+
+}  // namespace
+
+bool is_quiet() {
+    if (in_check()) return false;
+    const int score = evaluate(-MATE_BOUND, MATE_BOUND);
+    return std::abs(score) < WON_SCORE && quiesce(-MATE_BOUND, MATE_BOUND, 0) == score;
+}
+
+std::vector<LabelledPosition> Extractor::extract(const GameRecord& game, bool& legal) {
+    std::vector<std::pair<std::uint64_t, LabelledPosition>> found;
+    set_position_fen(game.start);
+    legal = false;
+    int ply = 0;
+    for (const PlayedMove& move : game.moves) {
+        if (++ply > FIRST_PLIES && is_wanted(move) && !seen_.contains(hash_key)) {
+            found.push_back({hash_key, {position_fen(), game.result, std::nullopt}});
+        }
+        const int index = find_root_move(legal_root_moves(), move.name);
+        if (index < 0) return {};
+        play_root_move(index);
+    }
+    legal = true;
+
+    std::vector<std::pair<std::uint64_t, LabelledPosition>> chosen;
+    std::sample(found.begin(), found.end(), std::back_inserter(chosen), per_game_, random_);
+    std::vector<LabelledPosition> positions;
+    for (auto& [key, position] : chosen) {
+        if (seen_.insert(key).second) positions.push_back(std::move(position));
+    }
+    return positions;
+}
+
+}  // namespace tarsimo::tuning

@@ -1,0 +1,65 @@
+/// The text forms in which the tuning tools hand on positions and games.
+///
+/// A game is a line "FEN;e2e4/35 e7e5/-20 ...;1": the position it started from, its moves each
+/// with the score that the mover's search gave it (centipawns for the mover), and the result
+/// for white: 1, 0.5 or 0. A labelled position is a line "FEN;1", with a third field "FEN;1;35"
+/// once a second opinion in centipawns for white has been asked for.
+#ifndef TARSIMO_TOOLS_TUNING_RECORDS_H
+#define TARSIMO_TOOLS_TUNING_RECORDS_H
+
+#include "board/board.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarsimo::tuning {
+
+/// The current position in the first four fields of Forsyth-Edwards Notation.
+std::string position_fen();
+
+/// A move as a user types it, "e7e8q".
+std::string move_name(const Move& move);
+
+/// Generate the list of the root and return the indices of its legal moves, the repeats of
+/// en-passant captures left out.
+std::vector<int> legal_root_moves();
+
+/// The index of the root move with this name after legal_root_moves(), -1 when there is none.
+int find_root_move(const std::vector<int>& legal, std::string_view name);
+
+/// Make a move of the root list as a move of the game; the next position is the root again.
+void play_root_move(int index);
+
+struct PlayedMove {
+    std::string name;
+    int score;  ///< centipawns for the side that made the move
+};
+
+struct GameRecord {
+    std::string start;  ///< position_fen() of the first position
+    std::vector<PlayedMove> moves;
+    double result = 0.5;  ///< for white
+};
+
+std::string format_game(const GameRecord& game);
+
+/// Nothing when the line is no game.
+std::optional<GameRecord> parse_game(const std::string& line);
+
+/// "1", "0.5" or "0".
+std::string result_text(double result);
+
+struct LabelledPosition {
+    std::string fen;
+    double result = 0.5;         ///< for white
+    std::optional<int> opinion;  ///< second opinion, centipawns for white
+};
+
+/// Nothing when the line is no labelled position.
+std::optional<LabelledPosition> parse_position(const std::string& line);
+
+}  // namespace tarsimo::tuning
+
+#endif
