@@ -1,0 +1,256 @@
+// tarsimo-tune: tunes all weights of the evaluation at once on labelled positions.
+//
+//   tarsimo-tune POSITIONS FOLDER [--list eval/weights.inc] [--share X] [--passes N] [--step X]
+//                [--pull N] [--hold-out PERCENT] [--freeze NAME,NAME] [--seed N] [--threads N]
+//
+// The target of a position is X of its game's result and the rest of the second opinion, where
+// the positions carry one. FOLDER, which must exist, receives
+//   weights.inc   the list with tuned values, to take the place of eval/weights.inc
+//   weights.tsv   each weight: in how many positions it counts, its value before and after
+//   errors.tsv    error on training and held-out positions after each pass
+// --list names the list that the program was built with. --freeze keeps whole groups.
+#include "control/control.h"
+#include "tools/tuning/optimizer.h"
+#include "tools/tuning/options.h"
+#include "tools/tuning/progress.h"
+#include "tools/tuning/records.h"
+#include "tools/tuning/weight_list.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <thread>
+
+namespace {
+
+using namespace tarsimo;
+using namespace tarsimo::tuning;
+
+// The linear sum may differ from the evaluation by its roundings; more is a fault of the trace.
+constexpr double ROUNDING = 4;  // centipawns
+
+struct Settings {
+    std::string list = "eval/weights.inc";
+    double share = 0.5;
+    double hold_out = 8;
+    std::string freeze;
+    std::uint64_t passes = 60;
+    std::uint64_t threads = std::max(1U, std::thread::hardware_concurrency());
+    TuningSettings tuning;
+};
+
+std::ifstream open_input(const std::string& path) {
+    std::ifstream in(path);
+    if (!in) fail("cannot read " + path);
+    return in;
+}
+
+std::ofstream open_output(const std::string& path) {
+    std::ofstream out(path);
+    if (!out) fail("cannot write " + path);
+    return out;
+}
+
+std::string read_file(const std::string& path) {
+    std::ifstream in = open_input(path);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// ---------------------------------------------------------------------------
+// Input
+// ---------------------------------------------------------------------------
+
+Samples read_samples(const std::string& path) {
+    std::uint64_t lines = 0;
+    {
+        std::ifstream in = open_input(path);
+        lines = static_cast<std::uint64_t>(
+            std::count(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>(), '\n'));
+    }
+    const Values values = built_in_values();
+    Samples samples;
+    samples.have_opinions = true;
+    Progress progress("positions read", lines);
+    std::ifstream in = open_input(path);
+    std::uint64_t read = 0;
+    std::uint64_t left_out = 0;
+    double worst = 0;
+    std::string line;
+    while (std::getline(in, line)) {
+        const auto position = parse_position(line);
+        if (!position) fail("line " + std::to_string(read + 1) + " is no position: " + line);
+        progress.update(++read);
+        set_position_fen(position->fen);
+        int score = 0;
+        if (!append_sample(samples, score)) {
+            ++left_out;
+            continue;
+        }
+        Sample& sample = samples.positions.back();
+        sample.result = static_cast<float>(position->result);
+        sample.opinion = static_cast<float>(position->opinion.value_or(0));
+        samples.have_opinions = samples.have_opinions && position->opinion.has_value();
+        worst = std::max(worst, std::abs(linear_score(samples, sample, values) - score));
+        if (worst > ROUNDING) fail("the trace does not explain the evaluation of " + line);
+    }
+    progress.finish(read);
+    if (samples.positions.empty()) fail("no positions in " + path);
+    std::printf("positions          %zu, and %" PRIu64 " left out that have a score of their own\n",
+                samples.positions.size(), left_out);
+    std::printf("terms a position   %.1f\n", static_cast<double>(samples.terms.size()) /
+                                                 static_cast<double>(samples.positions.size()));
+    std::printf("linear sum         within %.2f centipawns of the evaluation\n", worst);
+    return samples;
+}
+
+std::vector<bool> frozen_values(const std::string& names) {
+    std::vector<bool> frozen(2 * WEIGHT_COUNT, false);
+    std::istringstream in(names);
+    std::string name;
+    while (std::getline(in, name, ',')) {
+        const auto* const group =
+            std::find_if(weight_groups.begin(), weight_groups.end(),
+                         [&name](const WeightGroup& g) { return name == g.name; });
+        if (group == weight_groups.end()) fail("no such group of weights: " + name);
+        const auto first = frozen.begin() + 2 * group->first;
+        std::fill(first, first + 2 * group->size, true);
+    }
+    return frozen;
+}
+
+// ---------------------------------------------------------------------------
+// Targets
+// ---------------------------------------------------------------------------
+
+// Fits k for the evaluation and for the second opinion to the results, and sets the targets.
+double scale_to_results(Samples& samples, double share, const Values& values) {
+    std::vector<double> scores;
+    std::vector<double> opinions;
+    std::vector<double> results;
+    for (const Sample& sample : samples.positions) {
+        scores.push_back(linear_score(samples, sample, values));
+        opinions.push_back(sample.opinion);
+        results.push_back(sample.result);
+    }
+    if (!samples.have_opinions) share = 1;
+    const double k = fit_k(scores, results);
+    const double opinion_k = share < 1 ? fit_k(opinions, results) : k;
+    std::printf("k                  %.6f a centipawn\n", k);
+    if (share < 1) std::printf("k of opinions      %.6f a centipawn\n", opinion_k);
+    std::printf("target             %.2f result, %.2f second opinion\n", share, 1 - share);
+    set_targets(samples, share, opinion_k);
+    return k;
+}
+
+// ---------------------------------------------------------------------------
+// Output
+// ---------------------------------------------------------------------------
+
+std::vector<std::uint64_t> count_positions(const Samples& samples) {
+    std::vector<std::uint64_t> counts(WEIGHT_COUNT, 0);
+    for (const Term& term : samples.terms) ++counts[term.weight];
+    return counts;
+}
+
+void write_report(const std::string& path, const Samples& samples, const Values& before,
+                  const Values& after) {
+    const auto counts = count_positions(samples);
+    std::ofstream out = open_output(path);
+    out << "weight\tpositions\tmiddlegame before\tafter\tendgame before\tafter\n";
+    for (const WeightGroup& group : weight_groups) {
+        for (int i = 0; i < group.size; ++i) {
+            const auto weight = at(group.first + i);
+            out << group.name << '[' << i << "]\t" << counts[weight];
+            for (const std::size_t value : {2 * weight, 2 * weight + 1}) {
+                out << '\t' << before[value] << '\t' << after[value];
+            }
+            out << '\n';
+        }
+    }
+    if (!out.flush()) fail("cannot write " + path);
+}
+
+Values tune_with_log(const Samples& samples, const Split& split, const Values& start,
+                     const Settings& settings, const std::string& log_path) {
+    std::ofstream log = open_output(log_path);
+    log << "pass\ttraining\theld out\n";
+    Progress progress("passes", settings.passes);
+    Values values = start;
+    const auto error_of = [&](const std::vector<std::uint32_t>& which, const Values& of) {
+        return mean_error(samples, which, of, settings.tuning.k, settings.tuning.threads);
+    };
+    tune(samples, split.training, values, settings.tuning, [&](int pass, const Values& now) {
+        const double training = error_of(split.training, now);
+        const double held_out = error_of(split.held_out, now);
+        log << pass << '\t' << training << '\t' << held_out << std::endl;
+        progress.update(static_cast<std::uint64_t>(pass),
+                        ", training error " + std::to_string(training) + ", held out " +
+                            std::to_string(held_out));
+    });
+    progress.finish(settings.passes);
+    std::printf("error, start       training %.6f, held out %.6f\n",
+                error_of(split.training, start), error_of(split.held_out, start));
+    std::printf("error, tuned       training %.6f, held out %.6f\n",
+                error_of(split.training, values), error_of(split.held_out, values));
+    const Values whole = rounded(values);
+    std::printf("error, integers    training %.6f, held out %.6f\n",
+                error_of(split.training, whole), error_of(split.held_out, whole));
+    return whole;
+}
+
+void run(const std::string& positions, const std::string& folder, Settings& settings) {
+    const Values start = built_in_values();
+    const std::string list = read_file(settings.list);
+    if (rewrite_list(list, start) != list) {
+        fail(settings.list + " is not the list that this program was built with");
+    }
+    settings.tuning.frozen = frozen_values(settings.freeze);
+    init_engine();
+    stop_test_enabled = false;
+
+    Samples samples = read_samples(positions);
+    settings.tuning.k = scale_to_results(samples, settings.share, start);
+    const Split split =
+        split_samples(samples.positions.size(), settings.hold_out, settings.tuning.seed);
+    if (split.training.empty()) fail("no positions are left to train on");
+    std::printf("split              %zu to train on, %zu held out\n", split.training.size(),
+                split.held_out.size());
+    std::fflush(stdout);
+
+    const Values tuned = tune_with_log(samples, split, start, settings, folder + "/errors.tsv");
+    write_report(folder + "/weights.tsv", samples, start, tuned);
+    std::ofstream out = open_output(folder + "/weights.inc");
+    out << rewrite_list(list, tuned);
+    if (!out.flush()) fail("cannot write " + folder + "/weights.inc");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    Settings settings;
+    const auto names = read_options(argc, argv, 2,
+                                    "tarsimo-tune POSITIONS FOLDER [--list FILE] [--share X] "
+                                    "[--passes N] [--step X] [--pull N] [--hold-out PERCENT] "
+                                    "[--freeze NAME,NAME] [--seed N] [--threads N]",
+                                    {{"--list", &settings.list},
+                                     {"--share", &settings.share},
+                                     {"--passes", &settings.passes},
+                                     {"--step", &settings.tuning.step},
+                                     {"--pull", &settings.tuning.pull},
+                                     {"--hold-out", &settings.hold_out},
+                                     {"--freeze", &settings.freeze},
+                                     {"--seed", &settings.tuning.seed},
+                                     {"--threads", &settings.threads}});
+    if (settings.share < 0 || settings.share > 1) fail("--share lies between 0 and 1");
+    settings.passes = std::min<std::uint64_t>(settings.passes, 100000);
+    settings.tuning.passes = static_cast<int>(settings.passes);
+    settings.tuning.threads =
+        static_cast<unsigned>(std::clamp<std::uint64_t>(settings.threads, 1, 64));
+    run(names[0], names[1], settings);
+}
