@@ -1,0 +1,124 @@
+"""The tuning tools one after the other, as somebody would use them: games, positions, a second
+opinion, weights, a trace. The strong engine is a script that answers by rule."""
+import re
+import shutil
+import subprocess
+
+import pytest
+
+from conftest import ENGINE, REPOSITORY
+
+BUILD = ENGINE.rsplit("/", 1)[0]
+SCRIPTS = REPOSITORY / "tools" / "tuning"
+PATIENCE = 120.0
+
+# Scores 10 centipawns a blank-free character of the placement; mates rank 8 when it is bare.
+OTHER_ENGINE = """#!/usr/bin/python3
+import sys
+for line in sys.stdin:
+    words = line.split()
+    if words[0] == "uci":
+        print("id name judge\\nuciok")
+    elif words[0] == "isready":
+        print("readyok")
+    elif words[0] == "position":
+        fen = words[2:]
+    elif words[0] == "go":
+        score = "mate -3" if fen[0].startswith("8/") else f"cp {10 * len(fen[0])}"
+        print(f"info depth 1 score {score} nodes {words[2]}\\n"
+              f"info depth 2 score cp 77 upperbound\\nbestmove a1a2")
+    sys.stdout.flush()
+"""
+
+
+def run(*command, status=0):
+    done = subprocess.run([str(word) for word in command], capture_output=True, text=True,
+                          timeout=PATIENCE, check=False)
+    assert done.returncode == status, done.stderr
+    return done
+
+
+def cut(path, size):
+    """Leave the file as if a run had been stopped in the middle of a line."""
+    path.write_bytes(path.read_bytes()[:size])
+
+
+@pytest.fixture(name="games", scope="module")
+def played_games(tmp_path_factory):
+    path = tmp_path_factory.mktemp("tuning") / "games"
+    run(f"{BUILD}/tarsimo-selfplay", path, "--games", 40, "--nodes", 100, "--workers", 1)
+    return path
+
+
+def test_stopped_games_go_on_as_if_never_stopped(games, tmp_path):
+    again = tmp_path / "games"
+    shutil.copy(games, again)
+    cut(again, games.stat().st_size // 2)
+    play = (f"{BUILD}/tarsimo-selfplay", again, "--games", 40, "--nodes", 100, "--workers", 3)
+    assert re.search("40 of 40 games", run(*play).stderr)
+    assert again.read_text() == games.read_text()
+    assert "other settings" in run(*play, "--seed", 2, status=2).stderr
+    assert again.read_text() == games.read_text()
+
+
+def test_from_games_to_weights(games, tmp_path):
+    positions, judged, other = tmp_path / "positions", tmp_path / "judged", tmp_path / "judge"
+    run(f"{BUILD}/tarsimo-positions", games, positions, "--per-game", 30)
+    lines = positions.read_text().splitlines()
+    assert len(lines) > 300 and len(set(lines)) == len(lines)
+    assert {line.split(";")[1] for line in lines} == {"0", "0.5", "1"}
+
+    # Several blocks; a stopped run goes on.
+    lines = (lines * 10)[:2500]
+    positions.write_text("\n".join(lines) + "\n")
+    other.write_text(OTHER_ENGINE)
+    other.chmod(0o755)
+    ask = (SCRIPTS / "second-opinion", positions, judged, "--engine", other, "--nodes", 5)
+    run(*ask)
+    whole = judged.read_text()
+    for line, answer in zip(lines, whole.splitlines(), strict=True):
+        placement, mover = line.split()[:2]
+        score = -3000 if placement.startswith("8/") else min(10 * len(placement), 3000)
+        assert answer == f"{line};{score if mover == 'w' else -score}"
+    cut(judged, len(whole) * 2 // 3)
+    run(*ask)
+    assert judged.read_text() == whole
+
+    weights = REPOSITORY / "eval" / "weights.inc"
+    tune = (f"{BUILD}/tarsimo-tune", judged, tmp_path, "--list", weights)
+    output = run(*tune, "--passes", 5, "--freeze", "BISHOP_PAIR,HANGING").stdout
+    assert re.search("target +0.50 result, 0.50 second opinion", output)
+    before, after = weights.read_text(), (tmp_path / "weights.inc").read_text()
+    assert before != after and before.count("\n") == after.count("\n")
+    for kept in ("BISHOP_PAIR", "HANGING"):
+        line = re.compile(rf"^WEIGHTS\({kept},.*$", re.M)
+        assert line.search(before)[0] == line.search(after)[0]
+    errors = [row.split("\t") for row in (tmp_path / "errors.tsv").read_text().splitlines()]
+    assert [row[0] for row in errors] == ["pass", *"012345"]
+    assert float(errors[-1][1]) < float(errors[1][1])
+    run(SCRIPTS / "plot-errors", tmp_path / "errors.tsv", tmp_path / "errors.png")
+    assert (tmp_path / "errors.png").stat().st_size > 1000
+
+
+def test_trace_adds_up():
+    fen = "r1bq1rk1/2p1bppp/p1np1n2/1p2p3/4P3/1BP2N1P/PP1P1PP1/RNBQR1K1 b - -"
+    output = run(f"{BUILD}/tarsimo-trace", fen).stdout
+    table = output.split("-" * 70)[1]
+    lead = float(re.search(r"lead of white +(\S+)", output)[1])
+    assert sum(float(row.split()[-1]) for row in table.strip().splitlines()) == pytest.approx(
+        lead, abs=0.05 * table.count("\n"))
+    assert -float(re.search(r"side to move +(\S+)", output)[1]) == pytest.approx(lead - 12, abs=3)
+    draw = run(f"{BUILD}/tarsimo-trace", "8/8/8/3k4/8/8/1K3B2/8 w - -").stdout
+    assert "draw by rule" in draw
+
+
+@pytest.mark.parametrize("command", [
+    ("tarsimo-selfplay",), ("tarsimo-selfplay", "/dev/null/x"),
+    ("tarsimo-selfplay", "x", "--games", "many"),
+    ("tarsimo-positions", "missing", "x"), ("tarsimo-positions", "x", "y", "--what", "1"),
+    ("tarsimo-tune", "missing", "."), ("tarsimo-tune", "x", ".", "--freeze", "NO_SUCH_GROUP"),
+    ("tarsimo-trace",), ("tarsimo-trace", "no position")])
+def test_bad_input_is_refused(command, tmp_path):
+    done = subprocess.run([f"{BUILD}/{command[0]}", *command[1:]], cwd=tmp_path,
+                          capture_output=True, text=True, timeout=PATIENCE, check=False)
+    assert done.returncode == 2 and done.stderr.strip()
