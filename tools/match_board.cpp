@@ -1,0 +1,302 @@
+// The referee's board: the engine's own board code, with the parts of the rules that an engine
+// may neglect and a referee may not. The position keys of the search know nothing of castling
+// rights and take every double step for an en-passant chance, so repetitions are counted here
+// over whole positions; counters come from the FEN.
+#include "tools/match.h"
+
+#include "control/control.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <sstream>
+
+namespace tarsimo::match {
+
+namespace {
+
+constexpr int FIFTY_MOVES = 100;  // half-moves
+constexpr int LARGEST_COUNTER = 1000;
+
+// The game's own state, set by set_up() and play(). What it says of the present position holds
+// for search_ply 0.
+std::vector<std::string> positions;  // since the last capture or pawn move, the present one last
+int quiet_plies = 0;                 // since the last capture or pawn move
+int full_moves = 1;
+
+std::string lower_case(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
+bool is_repeated_ep_capture(int index) {
+    const Move& move = move_at(index);
+    if (move.ep_capture == 0) return false;
+    for (int i = list_start(search_ply); i < index; ++i) {
+        if (move_at(i).ep_capture != 0 && move_at(i).from == move.from) return true;
+    }
+    return false;
+}
+
+// Indexes of the legal moves, in the list of the present search_ply.
+std::vector<int> legal_moves() {
+    std::vector<int> legal;
+    generate_moves();
+    const int end = list_start(search_ply + 1);
+    for (int i = list_start(search_ply); i < end; ++i) {
+        if (is_repeated_ep_capture(i)) continue;
+        make_move(i);
+        if (king_left_safe()) legal.push_back(i);
+        unmake_move();
+    }
+    return legal;
+}
+
+std::string castling_letters() {
+    const auto right = [](int king_home, int rook_home, int is_castled) {
+        return is_castled == 0 && square_moves[at(king_home)] == 0 &&
+               square_moves[at(rook_home)] == 0;
+    };
+    std::string letters;
+    if (right(E1, H1, white_castled)) letters += 'K';
+    if (right(E1, A1, white_castled)) letters += 'Q';
+    if (right(E8, H8, black_castled)) letters += 'k';
+    if (right(E8, A8, black_castled)) letters += 'q';
+    return letters.empty() ? "-" : letters;
+}
+
+std::string usable_ep_square(const std::vector<int>& legal) {
+    for (const int i : legal) {
+        if (move_at(i).ep_capture != 0) return square_name(ep_square);
+    }
+    return "-";
+}
+
+// The first four fields of a FEN: equal texts are the same position by the rules.
+std::string position_text(const std::vector<int>& legal) {
+    std::string text;
+    for (int rank = 8; rank >= 1; --rank) {
+        int empty = 0;
+        for (int file = 1; file <= 8; ++file) {
+            const int sq = 21 + file - 1 + 10 * (rank - 1);
+            if (piece_on(sq) == EMPTY) {
+                ++empty;
+                continue;
+            }
+            if (empty > 0) text += std::to_string(empty);
+            empty = 0;
+            const char letter = FEN_LETTERS[type_on(sq)];
+            text += piece_on(sq) > 0 ? static_cast<char>(std::toupper(letter)) : letter;
+        }
+        if (empty > 0) text += std::to_string(empty);
+        text += rank > 1 ? '/' : ' ';
+    }
+    return text + (side == WHITE ? "w " : "b ") + castling_letters() + " " +
+           usable_ep_square(legal);
+}
+
+// Neither side can mate by any moves: at most one minor piece, or bishops on one colour only.
+bool is_bare_material() {
+    int knights = 0;
+    std::array<int, 2> bishops{};  // by colour of the square
+    for (int sq = A1; sq <= H8; ++sq) {
+        switch (type_on(sq)) {
+            case PAWN:
+            case ROOK:
+            case QUEEN: return false;
+            case KNIGHT: ++knights; break;
+            case BISHOP: ++bishops[at((sq / 10 + sq) % 2)]; break;
+            default: break;
+        }
+    }
+    if (knights > 0) return knights == 1 && bishops[0] + bishops[1] == 0;
+    return bishops[0] == 0 || bishops[1] == 0;
+}
+
+Ending ending_of(const std::vector<int>& legal, int quiet, bool third_time) {
+    if (legal.empty() && in_check()) return {true, -side, "checkmate"};
+    if (legal.empty()) return {true, 0, "stalemate"};
+    if (is_bare_material()) return {true, 0, "insufficient material"};
+    if (third_time) return {true, 0, "threefold repetition"};
+    if (quiet >= FIFTY_MOVES) return {true, 0, "fifty-move rule"};
+    return {false, 0, ""};
+}
+
+bool is_irreversible(const Move& move) {
+    return move.captured != 0 || move.ep_capture != 0 || type_on(move.from) == PAWN;
+}
+
+std::string coordinates_of(const Move& move) {
+    std::string text = square_name(move.from) + square_name(move.to);
+    if (move.promotion != 0) text += FEN_LETTERS[move.promotion];
+    return text;
+}
+
+// File, rank or both of the piece, as far as another of its kind could make the same move.
+std::string distinction(const Move& move, const std::vector<int>& legal) {
+    bool twin = false;
+    bool same_file = false;
+    bool same_rank = false;
+    for (const int i : legal) {
+        const Move& other = move_at(i);
+        if (other.to != move.to || other.from == move.from) continue;
+        if (type_on(other.from) != type_on(move.from)) continue;
+        twin = true;
+        same_file |= square_file[at(other.from)] == square_file[at(move.from)];
+        same_rank |= square_rank[at(other.from)] == square_rank[at(move.from)];
+    }
+    const std::string name = square_name(move.from);
+    if (!twin) return "";
+    if (!same_file) return name.substr(0, 1);
+    return same_rank ? name : name.substr(1);
+}
+
+// SAN of a legal move of the list, without + and #.
+std::string bare_san(const Move& move, const std::vector<int>& legal) {
+    if (move.castle != 0) return move.castle == 1 ? "O-O" : "O-O-O";
+    const int type = type_on(move.from);
+    const bool capture = move.captured != 0 || move.ep_capture != 0;
+    std::string text;
+    if (type != PAWN) text = SAN_LETTERS[type] + distinction(move, legal);
+    else if (capture) text = square_name(move.from).substr(0, 1);
+    if (capture) text += 'x';
+    text += square_name(move.to);
+    if (move.promotion != 0) text += std::string("=") + SAN_LETTERS[move.promotion];
+    return text;
+}
+
+const char* check_mark(int index) {
+    make_move(index);
+    const char* mark = !in_check() ? "" : legal_moves().empty() ? "#" : "+";
+    unmake_move();
+    return mark;
+}
+
+// What is left of a move text when the marks are gone that engines write or leave out.
+std::string without_marks(const std::string& text) {
+    std::string bare;
+    for (const char c : text) {
+        if (std::string_view("+#!?=x-:").find(c) == std::string_view::npos) {
+            bare += c == '0' ? 'O' : c;
+        }
+    }
+    return bare;
+}
+
+bool placement_fits(const std::string& placement) {
+    int rank = 8;
+    int file = 0;
+    for (const char c : placement) {
+        if (c == '/') {
+            if (file != 8 || --rank < 1) return false;
+            file = 0;
+        } else if (c >= '1' && c <= '8') {
+            file += c - '0';
+        } else if (std::string_view("pnbrqkPNBRQK").find(c) != std::string_view::npos) {
+            if ((c == 'p' || c == 'P') && (rank == 1 || rank == 8)) return false;
+            ++file;
+        } else {
+            return false;
+        }
+        if (file > 8) return false;
+    }
+    return rank == 1 && file == 8 && std::count(placement.begin(), placement.end(), 'K') == 1 &&
+           std::count(placement.begin(), placement.end(), 'k') == 1;
+}
+
+bool all_in(const std::string& text, std::string_view letters) {
+    return text.find_first_not_of(letters) == std::string::npos;
+}
+
+// A counter field, or `absent` when an EPD operation or nothing stands in its place; nothing
+// behind that is read either.
+int read_counter(std::istringstream& fields, int absent) {
+    std::string field;
+    if (fields >> field && all_in(field, "0123456789") && field.size() <= 4) {
+        return std::min(std::atoi(field.c_str()), LARGEST_COUNTER);
+    }
+    fields.setstate(std::ios::failbit);
+    return absent;
+}
+
+}  // namespace
+
+bool set_up(const std::string& fen, std::string& why) {
+    std::istringstream fields(fen);
+    std::string placement, mover, castling, ep;
+    fields >> placement >> mover >> castling >> ep;
+    const bool ep_fits = ep == "-" || (ep.size() == 2 && ep[0] >= 'a' && ep[0] <= 'h' &&
+                                       ep[1] == (mover == "w" ? '6' : '3'));
+    if (!placement_fits(placement)) why = "the board is none";
+    else if (mover != "w" && mover != "b") why = "the side to move is neither w nor b";
+    else if (castling.empty() || !all_in(castling, "KQkq-")) why = "the castling field is none";
+    else if (!ep_fits) why = "the en-passant field is none";
+    else why.clear();
+    if (!why.empty()) return false;
+
+    quiet_plies = read_counter(fields, 0);
+    full_moves = std::max(read_counter(fields, 1), 1);
+    set_position_fen(placement + " " + mover + " " + castling + " " + ep);
+    search_ply = 0;
+    if (is_attacked(side == WHITE ? black_king_sq : white_king_sq, side)) {
+        why = "the side that is not to move stands in check";
+        return false;
+    }
+    positions = {position_text(legal_moves())};
+    return true;
+}
+
+std::string position_fen() {
+    return positions.back() + " " + std::to_string(quiet_plies) + " " + std::to_string(full_moves);
+}
+
+int move_number() { return full_moves; }
+
+LegalMove find_move(const std::string& text) {
+    const std::string wanted = without_marks(text);
+    const std::string wanted_squares = lower_case(wanted);
+    const std::vector<int> legal = legal_moves();
+    for (const int i : legal) {
+        const std::string coordinates = coordinates_of(move_at(i));
+        const std::string san = bare_san(move_at(i), legal);
+        if (wanted_squares != coordinates && wanted != without_marks(san)) continue;
+        return {i, coordinates, san + check_mark(i)};
+    }
+    return {-1, "", ""};
+}
+
+void play(const LegalMove& move) {
+    const bool irreversible = is_irreversible(move_at(move.list_index));
+    if (side == BLACK) ++full_moves;
+    make_move(move.list_index);
+    note_game_length();
+    search_ply = 0;
+    quiet_plies = irreversible ? 0 : quiet_plies + 1;
+    if (irreversible) positions.clear();
+    positions.push_back(position_text(legal_moves()));
+}
+
+Ending game_ending() {
+    const bool third_time = std::count(positions.begin(), positions.end(), positions.back()) >= 3;
+    return ending_of(legal_moves(), quiet_plies, third_time);
+}
+
+bool claim_holds(int outcome) {
+    const auto holds = [outcome](const Ending& end) { return end.over && end.outcome == outcome; };
+    if (holds(game_ending())) return true;
+    for (const int i : legal_moves()) {
+        const bool irreversible = is_irreversible(move_at(i));
+        make_move(i);
+        const std::vector<int> replies = legal_moves();
+        const bool third_time =
+            std::count(positions.begin(), positions.end(), position_text(replies)) >= 2;
+        const Ending end =
+            ending_of(replies, irreversible ? 0 : quiet_plies + 1, !irreversible && third_time);
+        unmake_move();
+        if (holds(end)) return true;
+    }
+    return false;
+}
+
+}  // namespace tarsimo::match
