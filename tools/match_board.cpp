@@ -260,7 +260,9 @@ LegalMove find_move(const std::string& text) {
     for (const int i : legal) {
         const std::string coordinates = coordinates_of(move_at(i));
         const std::string san = bare_san(move_at(i), legal);
-        if (wanted_squares != coordinates && wanted != without_marks(san)) continue;
+        const std::string full = SAN_LETTERS[type_on(move_at(i).from)] + coordinates;
+        if (wanted_squares != coordinates && wanted != without_marks(san) && wanted != full)
+            continue;
         return {i, coordinates, san + check_mark(i)};
     }
     return {-1, "", ""};

@@ -103,6 +103,11 @@ GameEnd prepare(Game& game, const Opening& opening, bool& ready) {
         Engine& engine = *game.players[index_of(colour)].engine;
         std::string why;
         Fault fault = engine.running() ? Fault::NONE : engine.start(why);
+        // Two first starts at once may meet in making a folder of their settings.
+        if (fault != Fault::NONE && !engine.has_worked()) {
+            engine.finish(now() + SECOND);
+            fault = engine.start(why);
+        }
         if (fault != Fault::NONE && !engine.has_worked()) {
             game.record.reason = engine.name() + ": " + why + ", before the first game";
             return GameEnd::IMPOSSIBLE;

@@ -15,7 +15,7 @@ namespace {
 
 constexpr Micros FEATURE_PATIENCE = 2 * SECOND;      // as the protocol has it
 constexpr Micros SLOW_START_PATIENCE = 60 * SECOND;  // after "feature done=0"
-constexpr Micros NUDGE_AFTER = SECOND / 2;           // for engines that wait for more input
+constexpr Micros NUDGE_INTERVAL = SECOND / 10;       // for engines that wait for more input
 constexpr Micros START_PATIENCE = 20 * SECOND;       // for the first pong
 constexpr Micros GAME_PATIENCE = 10 * SECOND;        // for the pong before each game
 constexpr Micros PAUSE_WITHOUT_PING = 3 * SECOND / 10;
@@ -129,14 +129,14 @@ void Engine::set_feature(const std::string& name, const std::string& value) {
 
 Fault Engine::await_features(std::string& why) {
     const Micros began = now();
-    Micros nudge = began + NUDGE_AFTER;
+    Micros nudge = began + NUDGE_INTERVAL;
     std::string line;
     while (!features_.done) {
         const Micros end = began + (features_.waiting ? SLOW_START_PATIENCE : FEATURE_PATIENCE);
         if (now() >= end) break;
         if (!features_.any && now() >= nudge) {
             send("ping " + std::to_string(++pings_));
-            nudge = now() + NUDGE_AFTER;
+            nudge = now() + NUDGE_INTERVAL;
         }
         const Input input = receive(features_.any ? end : std::min(end, nudge));
         if (input == Input::STOPPED) return Fault::SILENCE;
@@ -145,7 +145,9 @@ Fault Engine::await_features(std::string& why) {
             return Fault::CRASH;
         }
         while (take_line(line)) {
-            if (starts_with(line, "feature ")) read_features(line);
+            // A prompt may stand before the first features.
+            const auto position = line.find("feature ");
+            if (position != std::string::npos) read_features(line.substr(position));
         }
     }
     if (!features_.waiting) return Fault::NONE;
@@ -168,9 +170,10 @@ Fault Engine::start(std::string& why) {
 
 // Waits until the engine has done all that it was told, as far as it can tell.
 Fault Engine::synchronise(Micros patience, std::string& why) {
+    const bool asked = features_.ping;
     const std::string pong = "pong " + std::to_string(++pings_);
-    if (features_.ping) send("ping " + std::to_string(pings_));
-    const Micros deadline = now() + (features_.ping ? patience : PAUSE_WITHOUT_PING);
+    if (asked) send("ping " + std::to_string(pings_));
+    const Micros deadline = now() + (asked ? patience : PAUSE_WITHOUT_PING);
     std::string line;
     for (;;) {
         while (take_line(line)) {
@@ -190,7 +193,8 @@ Fault Engine::synchronise(Micros patience, std::string& why) {
         if (input == Input::STOPPED) return Fault::SILENCE;
         if (input == Input::LATE) break;
     }
-    if (!features_.ping) return Fault::NONE;
+    // Features that came only now may include the ping.
+    if (!asked) return features_.ping ? synchronise(patience, why) : Fault::NONE;
     why = "no " + pong;
     return Fault::SILENCE;
 }

@@ -54,7 +54,7 @@ int sum_of(const PairCounts& pairs) {
 }
 
 std::string elo_with_interval(const PairCounts& pairs) {
-    if (sum_of(pairs) == 0) return "no pair yet";
+    if (sum_of(pairs) == 0) return "?";
     const EloEstimate estimate = estimate_elo(pairs);
     return elo_text(estimate.elo) + " [" + elo_text(estimate.low) + ", " + elo_text(estimate.high) +
            "]";
@@ -239,10 +239,10 @@ void print_figures(const Settings& settings, const PairCounts& pairs) {
     const int count = sum_of(pairs);
     std::printf("pairs by points 0 .. 2: %d %d %d %d %d\n", pairs[0], pairs[1], pairs[2], pairs[3],
                 pairs[4]);
-    std::printf("Elo difference %s, 95 %% interval from %d pairs", elo_with_interval(pairs).c_str(),
-                count);
-    if (count > 0) std::printf(", stronger with %.1f %%", 100 * estimate_elo(pairs).superiority);
-    std::printf("\n");
+    if (count > 0) {
+        std::printf("Elo difference %s, 95 %% interval from %d pairs, stronger with %.1f %%\n",
+                    elo_with_interval(pairs).c_str(), count, 100 * estimate_elo(pairs).superiority);
+    }
     if (!settings.sequential) return;
     const double ratio = log_likelihood_ratio(pairs, settings.elo0, settings.elo1);
     const char* verdict = ratio >= sequential_bound()    ? "elo1 accepted"

@@ -83,7 +83,8 @@ EloEstimate estimate_elo(const PairCounts& pairs) {
         // All pairs alike: some other outcome may still have a probability up to `unseen`
         // (the exact limit of Clopper and Pearson, 1934), at worst an outcome at the far end.
         const double unseen = 1 - std::pow(TAIL, 1 / count);
-        const double superiority = mean > 0.5 ? 1 : mean < 0.5 ? 0 : 0.5;
+        const double chance = std::pow(0.5, count);
+        const double superiority = mean > 0.5 ? 1 - chance : mean < 0.5 ? chance : 0.5;
         return {elo_of_score(mean), elo_of_score(mean * (1 - unseen)),
                 elo_of_score(mean * (1 - unseen) + unseen), superiority};
     }
