@@ -17,7 +17,7 @@ struct Player {
     Engine* engine = nullptr;
     SideRecord* record = nullptr;
     Micros left = 0;
-    int moves = 0;            // made with the engine's own thought
+    int moves = 0;            // of the game, the opening's included, as engines count them
     std::vector<int> scores;  // of those moves, White's view; NO_SCORE when it was silent
 };
 
@@ -143,8 +143,9 @@ void book_move(const TimeControl& control, Player& player, const Thought& though
         record.depth_sum += thought.depth;
     }
     player.scores.push_back(thought.seen ? thought.score * side : NO_SCORE);
+    ++player.moves;
     player.left += control.increment;
-    if (control.moves > 0 && record.moves % control.moves == 0) player.left += control.base;
+    if (control.moves > 0 && player.moves % control.moves == 0) player.left += control.base;
 }
 
 GameEnd play_out(Game& game) {
@@ -213,6 +214,7 @@ GameEnd play_game(std::array<Engine*, 2> engines, const Opening& opening, const 
     for (const std::string& text : opening.moves) {
         const LegalMove move = find_move(text);
         record_move(record, move, "");
+        ++game.players[index_of(side)].moves;
         play(move);
     }
     return ready ? play_out(game) : end;
