@@ -179,6 +179,8 @@ void take_line(Pool& pool, Worker& worker, const std::string& line) {
     } else if (parse_record(line, record) && record.number == worker.game) {
         count_game(pool, record);
         hand_out(pool, worker);
+    } else {
+        kill(worker.pid, SIGKILL);  // out of its mind: another one plays the game
     }
 }
 
