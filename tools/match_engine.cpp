@@ -42,7 +42,9 @@ void close_pipe(int& fd) {
 // itself when the engine takes over.
 [[noreturn]] void become(const std::vector<std::string>& words, int input, int output, int errors,
                          int error_fd, pid_t worker) {
-    setpgid(0, 0);
+    // A session is a process group too, and is scheduled as a group: whatever else runs on the
+    // machine delays both engines alike.
+    setsid();
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() == worker && dup2(input, STDIN_FILENO) >= 0 && dup2(output, STDOUT_FILENO) >= 0 &&
         dup2(errors, STDERR_FILENO) >= 0) {
@@ -122,7 +124,6 @@ bool Engine::launch(std::string& why) {
         why = std::string("no process: ") + std::strerror(fork_error);
         return false;
     }
-    setpgid(pid_, pid_);
     write_all(around_.report_fd, std::string(1, ENGINE_LINE) + "+" + std::to_string(pid_) + "\n");
     fcntl(input_, F_SETFL, O_NONBLOCK);
     fcntl(output_, F_SETFL, O_NONBLOCK);

@@ -125,7 +125,6 @@ bool spawn(Pool& pool, int number) {
         close_worker(worker);
         return false;
     }
-    setpgid(pid, pid);
     pool.workers.push_back(worker);
     return true;
 }

@@ -79,7 +79,7 @@ bool serve(Worker& worker, int number) {
 }  // namespace
 
 void run_worker(const Settings& settings, int worker_number, int command_fd, int report_fd) {
-    setpgid(0, 0);
+    setsid();  // keys at the terminal are the parent's
     std::signal(SIGPIPE, SIG_IGN);
     Worker worker = {
         settings,
