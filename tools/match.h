@@ -57,14 +57,14 @@ struct TimeControl {
 /// Returns false when the text is none of these.
 bool parse_time_control(const std::string& text, TimeControl& control);
 
-struct EngineSpec {
+struct EngineCommand {
     std::string name;
     std::vector<std::string> words;  ///< the command line
 };
 
 /// Read "NAME=COMMAND" or "COMMAND"; without a name it is that of the program file. Quotes
 /// and backslashes work as in a shell. Returns false when there is no command.
-bool parse_engine(const std::string& text, EngineSpec& spec);
+bool parse_engine(const std::string& text, EngineCommand& command);
 
 /// A start of games: from a position, or from moves that the engines are told.
 struct Opening {
@@ -85,7 +85,7 @@ struct Adjudication {
 };
 
 struct Settings {
-    std::array<EngineSpec, 2> engines;
+    std::array<EngineCommand, 2> engines;
     TimeControl control;
     std::vector<Opening> openings;
     int games = 20;
@@ -186,12 +186,13 @@ bool stop_requested(const Surroundings& around);
 /// Tim Mann and H.G. Muller, read leniently.
 class Engine {
   public:
-    Engine(const EngineSpec& spec, const Surroundings& around) : spec_(spec), around_(around) {}
+    Engine(const EngineCommand& command, const Surroundings& around)
+        : command_(command), around_(around) {}
     ~Engine();
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
 
-    const std::string& name() const { return spec_.name; }
+    const std::string& name() const { return command_.name; }
     bool running() const { return pid_ > 0; }
 
     /// False for an engine that wants a new process for every game.
@@ -255,7 +256,7 @@ class Engine {
     std::string move_line(const LegalMove& move);
     void log(const char* direction, std::string_view line);
 
-    const EngineSpec& spec_;
+    const EngineCommand& command_;
     const Surroundings& around_;
     pid_t pid_ = 0;
     int input_ = -1;          ///< the engine's standard input

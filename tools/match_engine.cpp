@@ -96,7 +96,7 @@ Engine::~Engine() {
 
 bool Engine::launch(std::string& why) {
     if (log_ == nullptr && !around_.log_folder.empty()) {
-        const std::string path = around_.log_folder + "/" + spec_.name + "-" +
+        const std::string path = around_.log_folder + "/" + command_.name + "-" +
                                  std::to_string(around_.worker + 1) + ".log";
         log_ = std::fopen(path.c_str(), "ae");
         if (log_ != nullptr) std::setvbuf(log_, nullptr, _IOLBF, BUFSIZ);
@@ -110,7 +110,7 @@ bool Engine::launch(std::string& why) {
     const int errors = log_ != nullptr ? fileno(log_) : open("/dev/null", O_WRONLY | O_CLOEXEC);
     const pid_t worker = getpid();
     pid_ = fork();
-    if (pid_ == 0) become(spec_.words, to_engine[0], from_engine[1], errors, failure[1], worker);
+    if (pid_ == 0) become(command_.words, to_engine[0], from_engine[1], errors, failure[1], worker);
     const int fork_error = errno;
     for (const int fd : {to_engine[0], from_engine[1], failure[1]}) close(fd);
     if (log_ == nullptr) close(errors);

@@ -82,19 +82,19 @@ bool parse_time_control(const std::string& text, TimeControl& control) {
     return *rest == '\0';
 }
 
-bool parse_engine(const std::string& text, EngineSpec& spec) {
+bool parse_engine(const std::string& text, EngineCommand& command) {
     std::size_t equals = 0;
     while (equals < text.size() && is_name_letter(text[equals])) ++equals;
     const bool named = equals > 0 && equals < text.size() && text[equals] == '=';
-    spec.words = split_words(named ? text.substr(equals + 1) : text);
-    if (spec.words.empty() || spec.words[0].empty()) return false;
+    command.words = split_words(named ? text.substr(equals + 1) : text);
+    if (command.words.empty() || command.words[0].empty()) return false;
     if (named) {
-        spec.name = text.substr(0, equals);
+        command.name = text.substr(0, equals);
         return true;
     }
-    spec.name = spec.words[0].substr(spec.words[0].rfind('/') + 1);
-    for (char& c : spec.name) c = is_name_letter(c) ? c : '_';
-    return !spec.name.empty();
+    command.name = command.words[0].substr(command.words[0].rfind('/') + 1);
+    for (char& c : command.name) c = is_name_letter(c) ? c : '_';
+    return !command.name.empty();
 }
 
 }  // namespace tarsimo::match
