@@ -144,8 +144,8 @@ template <int Us> int one_piece_each_score() {
 }  // namespace
 
 bool is_bare_minor_draw() {
-    return white_pawns + black_pawns == 0 && cannot_mate(white_piece_material) &&
-           cannot_mate(black_piece_material);
+    return white_pawns + black_pawns == 0 && cannot_mate(white_material) &&
+           cannot_mate(black_material);
 }
 
 bool special_ending(int& score) {

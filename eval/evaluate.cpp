@@ -58,6 +58,8 @@ constexpr int SHELTER_MIN_PAWNS = 3;  // more of either colour make shelter matt
 constexpr std::array<int, 12> king_attack_table = {0,  8,   13,  21,  34,  56,
                                                    90, 146, 200, 250, 300, 350};
 
+constexpr int PAWN_ENDING_FULL_LEAD = 250;  // of the terms; a third of what is beyond counts
+
 // Totals of the positional terms by colour.
 struct Totals {
     int white_pos = 0;
@@ -184,16 +186,23 @@ Totals middlegame_terms() {
     return totals;
 }
 
+// What only an ending without pieces allows to say. A large lead is then compressed, so that the
+// score stays within the lazy exit's margin of the material.
+void add_pawn_ending(Totals& totals) {
+    Totals ending;
+    add_pawn_ending_terms(ending.white_pos, ending.black_pos);
+    const int lead = totals.white_pos + ending.white_pos - totals.black_pos - ending.black_pos;
+    const int excess = std::max(std::abs(lead) - PAWN_ENDING_FULL_LEAD, 0);
+    (lead > 0 ? ending.white_pos : ending.black_pos) -= excess * 2 / 3;
+    note(&EvalTrace::pawn_ending, {ending.white_pos, ending.black_pos});
+    totals.white_pos += ending.white_pos;
+    totals.black_pos += ending.black_pos;
+}
+
 Totals endgame_terms() {
     const PawnTerms& pawns = pawn_terms();
     Totals totals = men_terms(pawns, white_endgame_tables, black_endgame_tables);
-    if (white_pieces + black_pieces == 0) {
-        Totals ending;
-        add_pawn_ending_terms(ending.white_pos, ending.black_pos);
-        note(&EvalTrace::pawn_ending, {ending.white_pos, ending.black_pos});
-        totals.white_pos += ending.white_pos;
-        totals.black_pos += ending.black_pos;
-    }
+    if (white_pieces + black_pieces == 0) add_pawn_ending(totals);
     return totals;
 }
 

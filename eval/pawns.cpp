@@ -153,9 +153,11 @@ template <int Us> int shelter_file(int king, int file, bool king_file) {
         }
     }
     const int own_index = own == 0 ? 0 : rank_index(own, 1, 5);
-    const int enemy_index = enemy == 0 ? 0 : rank_index(enemy, 1, 6);
-    const int score = middlegame_part(weigh<Us>(SHELTER_PAWN + own_index + (king_file ? 0 : 5)));
-    return score + middlegame_part(weigh<Us>(SHELTER_STORM + enemy_index + (blocked ? 6 : 0)));
+    const int enemy_index = blocked      ? 6 + rank_index(enemy, 3, 6)
+                            : enemy == 0 ? 0
+                                         : rank_index(enemy, 1, 6);
+    return middlegame_part(weigh<Us>(SHELTER_PAWN + own_index + (king_file ? 0 : 5)) +
+                           weigh<Us>(SHELTER_STORM + enemy_index));
 }
 
 template <int Us> int shelter() {

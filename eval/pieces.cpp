@@ -67,9 +67,6 @@ template <int Us> ScorePair minor_place(int sq, int type, int outpost) {
     const int king_distance = distance_between(king_square<Us>(), sq);
     ScorePair score = weigh<Us>(MINOR_FROM_KING + type - KNIGHT, king_distance);
     if (is_outpost<Us>(sq)) score += weigh<Us>(outpost + pawn_supported<Us>(sq));
-    if (own_rank<Us>(sq) <= 4 && piece_on(sq + 10 * Us) == Us * PAWN) {
-        score += weigh<Us>(MINOR_BEHIND_PAWN);
-    }
     return score;
 }
 

@@ -165,7 +165,7 @@ TEST_F(Search, HistoryAges) {
 }
 
 TEST_F(Search, ReplySearchReturnsTheCuttingScore) {
-    set_up("4k3/8/8/3q4/4P3/8/8/4K3 w - -");
+    set_up("4k3/8/8/3q4/4P3/8/4P3/4K3 w - -");
     const int score = search_replies(50, 4);
     EXPECT_GT(score, 50);
     bool null_ok = true;
