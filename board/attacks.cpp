@@ -27,6 +27,64 @@ template <int By> bool attacked(int sq) {
            distance_between(king_square<By>(), sq) == 1;
 }
 
+constexpr int KNIGHT_LEAP = 100;
+
+// The step from a square towards another on the same rank, file or diagonal; KNIGHT_LEAP for
+// squares a knight's move apart, 0 for all others.
+constexpr auto line_step = [] {
+    std::array<std::array<std::int8_t, SQUARE_LIMIT>, SQUARE_LIMIT> table{};
+    for (int from = A1; from <= H8; ++from) {
+        if (!on_board(from)) continue;
+        auto& row = table[at(from)];
+        for (const int step : {1, -1, 10, -10, 9, -9, 11, -11}) {
+            for (int to = from + step; on_board(to); to += step) {
+                row[at(to)] = static_cast<std::int8_t>(step);
+            }
+        }
+        for (const int leap : {8, -8, 12, -12, 19, -19, 21, -21}) {
+            if (on_board(from + leap)) row[at(from + leap)] = KNIGHT_LEAP;
+        }
+    }
+    return table;
+}();
+
+constexpr bool is_line(int step) { return step != 0 && step != KNIGHT_LEAP; }
+
+// True if the first man from the square on along the line is a slider of colour By that moves
+// along it.
+template <int By> bool hit_along(int sq, int step) {
+    do sq += step;
+    while (piece_on(sq) == EMPTY);
+    const int piece = By * piece_on(sq);
+    return piece == QUEEN || piece == (step % 10 == 0 || step * step == 1 ? ROOK : BISHOP);
+}
+
+// The king that moved, and men that left two squares, are not worth a special case. Nor is the
+// first move of a search: a position set up by hand may let its side take the king.
+bool needs_full_test(const Move& move, int king) {
+    return search_ply <= 1 || move.to == king || move.ep_capture != 0 || move.castle != 0;
+}
+
+template <int Us> bool keeps_king_safe(const Move& move, bool was_in_check) {
+    const int king = king_square<Us>();
+    if (was_in_check || needs_full_test(move, king)) return !attacked<-Us>(king);
+    const int step = line_step[at(king)][at(move.from)];
+    return !is_line(step) || !hit_along<-Us>(king, step);
+}
+
+template <int Us> bool checks(const Move& move) {
+    const int king = king_square<-Us>();
+    if (needs_full_test(move, king)) return attacked<Us>(king);
+    const int opened = line_step[at(king)][at(move.from)];
+    if (is_line(opened) && hit_along<Us>(king, opened)) return true;
+    const int step = line_step[at(king)][at(move.to)];
+    if (step == 0) return false;
+    const int piece = Us * piece_on(move.to);
+    if (step == KNIGHT_LEAP) return piece == KNIGHT;
+    if (piece == PAWN) return king - move.to == 9 * Us || king - move.to == 11 * Us;
+    return hit_along<Us>(king, step);
+}
+
 }  // namespace
 
 void init_square_distance() {
@@ -50,6 +108,15 @@ bool king_left_safe() {
 
 bool in_check() {
     return side == WHITE ? attacked<BLACK>(white_king_sq) : attacked<WHITE>(black_king_sq);
+}
+
+bool king_left_safe(const Move& move, bool was_in_check) {
+    return side == WHITE ? keeps_king_safe<BLACK>(move, was_in_check)
+                         : keeps_king_safe<WHITE>(move, was_in_check);
+}
+
+bool move_gives_check(const Move& move) {
+    return side == WHITE ? checks<BLACK>(move) : checks<WHITE>(move);
 }
 
 }  // namespace tarsimo

@@ -384,6 +384,14 @@ bool king_left_safe();
 /// True if the king of the side to move is attacked.
 bool in_check();
 
+/// king_left_safe() right after make_move() of this move, when it is known whether its side was
+/// in check before: without check only a line that the move opened is looked at.
+bool king_left_safe(const Move& move, bool was_in_check);
+
+/// in_check() right after make_move() of this move, which has left its own king safe: looks at
+/// the square that it went to and the line that it opened only.
+bool move_gives_check(const Move& move);
+
 // ---------------------------------------------------------------------------
 // Move generation
 // ---------------------------------------------------------------------------

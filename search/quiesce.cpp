@@ -52,6 +52,7 @@ int quiesce(int alpha, int beta, int qply) {
             if (is_losing_capture(move)) continue;
         }
         make_move(index);
+        fetch_ahead();
         if (!king_left_safe()) {
             unmake_move();
             continue;

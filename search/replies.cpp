@@ -50,13 +50,14 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
         const Move& move = move_at(index);
         const int type = type_on(move.from);
         make_move(index);
-        if (!king_left_safe()) {
+        fetch_ahead();
+        if (!king_left_safe(move, node_in_check)) {
             unmake_move();
             continue;
         }
         ++nodes;
         ++n;
-        const bool gives_check = in_check();
+        const bool gives_check = move_gives_check(move);
         const int new_depth = gives_check ? depth : depth - ONE_PLY;
 
         int score = alpha + 1;

@@ -158,6 +158,7 @@ bool null_move_cuts(Node& node, int& score) {
     ++statistics.null_tries;
     const int reduced_depth = node.depth - ONE_PLY * null_reduction(node);
     make_null_move();
+    fetch_ahead();
     const int reply = search(-node.beta, -node.alpha, reduced_depth, false, false);
     unmake_null_move();
     if (search_aborted) return false;
@@ -180,8 +181,10 @@ bool probcut_cuts(const Node& node, int raised_beta, int& score) {
     generate_moves();
     int tried = 0;
     for (int index = pick_move(); index >= 0 && tried < PROBCUT_MOVES; index = pick_move()) {
+        const Move& move = move_at(index);
         make_move(index);
-        if (!king_left_safe()) {
+        fetch_ahead();
+        if (!king_left_safe(move, false)) {
             unmake_move();
             continue;
         }
@@ -189,7 +192,7 @@ bool probcut_cuts(const Node& node, int raised_beta, int& score) {
         score = -quiesce(-raised_beta, -raised_beta + 1, 0);
         if (score >= raised_beta && !search_aborted) {
             score = -search(-raised_beta, -raised_beta + 1, node.depth - PROBCUT_REDUCTION, false,
-                            in_check());
+                            move_gives_check(move));
         }
         unmake_move();
         if (search_aborted) return false;
@@ -419,13 +422,14 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         const Move& move = move_at(index);
         const int type = type_on(move.from);
         make_move(index);
-        if (!king_left_safe()) {
+        fetch_ahead();
+        if (!king_left_safe(move, node_in_check)) {
             unmake_move();
             continue;
         }
         ++n;
         ++nodes;
-        const bool gives_check = in_check();
+        const bool gives_check = move_gives_check(move);
         int new_depth = depth - ONE_PLY;
 
         // Extensions and pruning. A checking move is never pruned, nor is an extended one.

@@ -8,6 +8,7 @@
 #define TARSIMO_SEARCH_SEARCH_H
 
 #include "board/board.h"
+#include "eval/eval.h"
 
 namespace tarsimo {
 
@@ -123,6 +124,13 @@ void allocate_hash_tables();
 
 /// Release both tables; without effect when there are none.
 void free_hash_tables();
+
+/// Begin to load what the tables hold on the position that make_move() has just reached: memory
+/// answers while the move is tested.
+inline void fetch_ahead() {
+    __builtin_prefetch(&tt_table[hash_key % tt_size]);
+    __builtin_prefetch(&eval_cache[hash_key % eval_cache_size]);
+}
 
 /// Fill both tables with zero bytes and set tt_generation to 0.
 void clear_hash_tables();
