@@ -63,25 +63,26 @@ extern PieceList white_list, black_list;
 extern std::array<int, 10> white_rear_pawn, black_rear_pawn;
 
 /// What the terms know of one colour; set anew by eval_setup() and filled as the pieces are
-/// walked. Maps are by mailbox square.
+/// walked.
 struct EvalSide {
-    /// Bit 1 << type for each own piece type that attacks the square. The border holds what
-    /// rays leave there.
-    std::array<std::uint8_t, BOARD_SIZE> attacks;
+    /// Squares attacked, by piece type. Index 0: by any, set when all pieces are walked.
+    std::array<SquareSet, 7> attacks;
 
-    /// What reaching a square is worth to an own piece: SAFE_SQUARE where no enemy pawn guards
-    /// and neither an own pawn nor the own king stands, plus ZONE_SQUARE around the enemy king.
-    std::array<std::uint8_t, BOARD_SIZE> area;
+    SquareSet men;     ///< own men
+    SquareSet pawns;   ///< own pawns
+    SquareSet pieces;  ///< own knights, bishops, rooks and queens
+    SquareSet passed;  ///< own passed pawns
 
-    int king_attack_count;               ///< attacks on the enemy king's surroundings
-    std::array<int, 2> bishops;          ///< own bishops by square_colour()
-    std::array<int, 2> pawns_by_colour;  ///< own pawns by square_colour()
-    int queens;                          ///< own queens
-    SquareSet passed;                    ///< own passed pawns
+    /// What an own piece may well go to: no enemy pawn guards it, and neither an own pawn nor the
+    /// own king stands there.
+    SquareSet safe;
+
+    SquareSet king_zone;  ///< squares around the enemy king that no enemy pawn guards
+
+    int king_attack_count;       ///< attacks on the enemy king's surroundings
+    std::array<int, 2> bishops;  ///< own bishops by square_colour()
+    int queens;                  ///< own queens
 };
-
-constexpr int SAFE_SQUARE = 1;   ///< in EvalSide::area
-constexpr int ZONE_SQUARE = 64;  ///< likewise; more than one piece has safe squares
 
 extern EvalSide white_eval, black_eval;
 
@@ -94,8 +95,11 @@ template <int Us> inline EvalSide& eval_side() {
 extern std::uint64_t pawn_key;
 
 /// Fill the piece lists, the rearmost pawns, `pawn_key`, and the part of EvalSide that pawns
-/// and kings decide: their attacks and the areas.
+/// and kings decide: their attacks, the safe squares and the king zones.
 void eval_setup();
+
+/// All men on the board; set by eval_setup().
+inline SquareSet occupied_squares() { return white_eval.men | black_eval.men; }
 
 // Colour-generic access for the terms, one text for both sides.
 

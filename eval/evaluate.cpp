@@ -5,6 +5,7 @@
 #include "eval/eval.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 
 namespace tarsimo {
@@ -21,8 +22,8 @@ int white_development = 0;
 int black_development = 0;
 PieceList white_list{};
 PieceList black_list{};
-std::array<int, 10> white_rear_pawn{};
-std::array<int, 10> black_rear_pawn{};
+std::array<int, 10> white_rear_pawn = {8, 8, 8, 8, 8, 8, 8, 8, 8, 8};
+std::array<int, 10> black_rear_pawn = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
 EvalSide white_eval{};
 EvalSide black_eval{};
 std::uint64_t pawn_key = 0;
@@ -121,6 +122,10 @@ int tapered(ScorePair score) {
            FULL_MATERIAL;
 }
 
+void join_attacks(EvalSide& eval) {
+    for (int type = PAWN; type <= KING; ++type) eval.attacks[0] |= eval.attacks[at(type)];
+}
+
 template <int Us> ScorePair late_terms() {
     return passed_pawn_term<Us>() + king_danger_term<Us>() + threat_term<Us>();
 }
@@ -131,6 +136,8 @@ Totals men_terms(const PawnTerms& pawns, const SquareTables& white_tables,
     Totals squares;
     ScorePair white = pawns.structure[0] + walk_men<WHITE>(white_tables, squares.white_pos);
     ScorePair black = pawns.structure[1] + walk_men<BLACK>(black_tables, squares.black_pos);
+    join_attacks(white_eval);
+    join_attacks(black_eval);
     white += late_terms<WHITE>();
     black += late_terms<BLACK>();
     note(&EvalTrace::squares, {squares.white_pos, squares.black_pos});
@@ -252,53 +259,52 @@ int assemble(Totals totals, int tempo) {
 // Set-up
 // ---------------------------------------------------------------------------
 
-constexpr std::array<std::uint8_t, BOARD_SIZE> open_area = [] {
-    std::array<std::uint8_t, BOARD_SIZE> area{};
-    for (int sq = A1; sq <= H8; ++sq) area[at(sq)] = on_board(sq) ? SAFE_SQUARE : 0;
-    return area;
-}();
-
-void begin_side(EvalSide& eval) {
-    eval.attacks.fill(0);
-    eval.area = open_area;
-    eval.king_attack_count = 0;
-    eval.bishops = {0, 0};
-    eval.pawns_by_colour = {0, 0};
-    eval.queens = 0;
+// All men on the board. Without branches, since which squares are empty is hard to foretell.
+SquareSet find_men() {
+    SquareSet men = 0;
+    for (int rank = 0; rank < 8; ++rank) {
+        const int* squares = &board[at(A1 + 10 * rank)];
+        for (int file = 0; file < 8; ++file) {
+            men |= SquareSet{squares[file] != EMPTY} << (8 * rank + file);
+        }
+    }
+    return men;
 }
 
-template <int Us> void set_up_pawn(int sq) {
-    const auto file = at(file_of(sq));
-    const int rank = sq / 10 - 1;
-    if constexpr (Us == BLACK) black_rear_pawn[file] = rank;
-    else white_rear_pawn[file] = std::min(white_rear_pawn[file], rank);
-
+template <int Us> void list_man(int sq, int type, SquareSet place) {
+    PieceList& list = Us == WHITE ? white_list : black_list;
     EvalSide& us = eval_side<Us>();
-    EvalSide& them = eval_side<-Us>();
-    constexpr std::uint8_t PAWN_BIT = 1 << PAWN;
-    for (const int target : {sq + 9 * Us, sq + 11 * Us}) {
-        us.attacks[at(target)] |= PAWN_BIT;
-        them.area[at(target)] = 0;
+    list.squares[at(list.size++)] = sq;
+    us.men |= place;
+    if (type == PAWN) {
+        us.pawns |= place;
+        pawn_key ^= piece_key(Us * PAWN, sq);
     }
-    us.area[at(sq)] = 0;
-    ++us.pawns_by_colour[at(square_colour(sq))];
-    pawn_key ^= piece_key(Us * PAWN, sq);
 }
 
-// The squares around a king: its own attacks, and the enemy's zone where no pawn guards them.
-template <int Us> void set_up_king() {
-    EvalSide& us = eval_side<Us>();
-    EvalSide& them = eval_side<-Us>();
-    const int king = king_square<Us>();
-    constexpr int PAWN_BIT = 1 << PAWN;
-    constexpr std::uint8_t KING_BIT = 1 << KING;
-    for (const int step : {9, 10, 11, -1, 1, -9, -10, -11}) {
-        const auto target = at(king + step);
-        if (board[target] == OFFBOARD) continue;
-        if ((us.attacks[target] & PAWN_BIT) == 0) them.area[target] += ZONE_SQUARE;
-        us.attacks[target] |= KING_BIT;
+// The rank of the pawn nearest to white's side, or to black's, on each file.
+void find_rear_pawns() {
+    for (int file = 1; file <= 8; ++file) {
+        const SquareSet white = white_eval.pawns & FILE_A << (file - 1);
+        const SquareSet black = black_eval.pawns & FILE_A << (file - 1);
+        white_rear_pawn[at(file)] = white == 0 ? 8 : std::countr_zero(white) / 8 + 1;
+        black_rear_pawn[at(file)] = black == 0 ? 1 : 8 - std::countl_zero(black) / 8;
     }
-    us.area[at(king)] &= static_cast<std::uint8_t>(~SAFE_SQUARE);
+}
+
+// What pawns and king attack.
+template <int Us> void set_up_attacks() {
+    EvalSide& us = eval_side<Us>();
+    us.attacks[PAWN] = squares_aside(step_forward<Us>(us.pawns));
+    us.attacks[KING] = squares_beside(set_of(king_square<Us>()));
+}
+
+// Where pieces like to go, and the squares around the enemy king that count as attacks on him.
+template <int Us> void set_up_targets() {
+    EvalSide& us = eval_side<Us>();
+    const EvalSide& them = eval_side<-Us>();
+    us.safe = ~(them.attacks[PAWN] | us.pawns | set_of(king_square<Us>()));
+    us.king_zone = them.attacks[KING] & ~them.attacks[PAWN];
 }
 
 int full_score() {
@@ -319,24 +325,22 @@ int full_score() {
 void eval_setup() {
     white_list.size = 0;
     black_list.size = 0;
-    white_rear_pawn.fill(8);
-    black_rear_pawn.fill(1);
-    begin_side(white_eval);
-    begin_side(black_eval);
+    white_eval = {};
+    black_eval = {};
     pawn_key = piece_key(KING, white_king_sq) ^ piece_key(-KING, black_king_sq);
 
-    for (int rank = A1; rank <= A8; rank += 10) {
-        for (int sq = rank; sq < rank + 8; ++sq) {
-            const int piece = piece_on(sq);
-            if (piece == EMPTY) continue;
-            PieceList& list = piece > 0 ? white_list : black_list;
-            list.squares[at(list.size++)] = sq;
-            if (piece == PAWN) set_up_pawn<WHITE>(sq);
-            else if (piece == -PAWN) set_up_pawn<BLACK>(sq);
-        }
+    for (SquareSet rest = find_men(); rest != 0; rest &= rest - 1) {
+        const int sq = square_of_bit(std::countr_zero(rest));
+        const int piece = piece_on(sq);
+        const SquareSet place = rest & -rest;
+        if (piece > 0) list_man<WHITE>(sq, piece, place);
+        else list_man<BLACK>(sq, -piece, place);
     }
-    set_up_king<WHITE>();
-    set_up_king<BLACK>();
+    find_rear_pawns();
+    set_up_attacks<WHITE>();
+    set_up_attacks<BLACK>();
+    set_up_targets<WHITE>();
+    set_up_targets<BLACK>();
 }
 
 int evaluate(int alpha, int beta) {

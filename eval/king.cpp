@@ -8,110 +8,65 @@ namespace tarsimo {
 
 namespace {
 
-constexpr int PAWN_BIT = 1 << PAWN;
-constexpr int MINOR_BITS = 1 << KNIGHT | 1 << BISHOP;
-constexpr int ROOK_BIT = 1 << ROOK;
-constexpr int QUEEN_BIT = 1 << QUEEN;
-constexpr int KING_BIT = 1 << KING;
-
-int attacks_on(const EvalSide& by, int sq) { return by.attacks[at(sq)]; }
-
-// Kinds of pieces that could give check without being taken, seen from the king outward.
+// Squares from which a piece of each type would check the king, as far as the board allows it,
+// and how open he stands.
 struct Checks {
-    int kinds = 0;  // bits 1 << type
-    int seen = 0;   // squares that a queen in the king's place would reach
+    std::array<SquareSet, 7> from{};  // by piece type, KNIGHT to QUEEN
+    int seen = 0;                     // empty squares that a queen in the king's place would reach
 };
 
-// Squares where a check is safe: the attackers reach it and the king's men, himself left out,
-// do not guard it.
-template <int Us> int safe_kinds(int sq) {
-    if ((attacks_on(eval_side<Us>(), sq) & ~KING_BIT) != 0) return 0;
-    return attacks_on(eval_side<-Us>(), sq);
-}
-
-template <int Us, int Step> void look_along(int king, int kinds, Checks& checks) {
-    int sq = king + Step;
-    while (piece_on(sq) == EMPTY) {
-        checks.kinds |= safe_kinds<Us>(sq) & kinds;
-        ++checks.seen;
-        sq += Step;
-    }
-    if (piece_on(sq) != OFFBOARD && piece_on(sq) * Us > 0) {
-        checks.kinds |= safe_kinds<Us>(sq) & kinds;
-    }
-}
-
-template <int Us, int... Steps> void look_at_knight_checks(int king, Checks& checks) {
-    constexpr int kinds = 1 << KNIGHT;
-    const auto look = [&](int sq) {
-        const int piece = piece_on(sq);
-        if (piece == OFFBOARD || piece * Us < 0) return;
-        checks.kinds |= safe_kinds<Us>(sq) & kinds;
-    };
-    (look(king + Steps), ...);
-}
-
-template <int Us> Checks safe_checks(int king) {
-    constexpr int DIAGONAL = 1 << BISHOP | QUEEN_BIT;
-    constexpr int STRAIGHT = ROOK_BIT | QUEEN_BIT;
+template <int Us> Checks checking_squares() {
+    const EvalSide& them = eval_side<-Us>();
+    const SquareSet occupied = occupied_squares();
+    const int king = square_index[at(king_square<Us>())];
+    const SquareSet diagonal = bishop_attacks(king, occupied);
+    const SquareSet straight = rook_attacks(king, occupied);
     Checks checks;
-    look_along<Us, 9>(king, DIAGONAL, checks);
-    look_along<Us, -9>(king, DIAGONAL, checks);
-    look_along<Us, 11>(king, DIAGONAL, checks);
-    look_along<Us, -11>(king, DIAGONAL, checks);
-    look_along<Us, 1>(king, STRAIGHT, checks);
-    look_along<Us, -1>(king, STRAIGHT, checks);
-    look_along<Us, 10>(king, STRAIGHT, checks);
-    look_along<Us, -10>(king, STRAIGHT, checks);
-    look_at_knight_checks<Us, 8, -8, 12, -12, 19, -19, 21, -21>(king, checks);
+    checks.from[KNIGHT] = knight_attacks(king) & ~them.men;
+    checks.from[BISHOP] = diagonal & ~them.men;
+    checks.from[ROOK] = straight & ~them.men;
+    checks.from[QUEEN] = (diagonal | straight) & ~them.men;
+    checks.seen = count_squares((diagonal | straight) & ~occupied);
     return checks;
 }
 
+// Squares that the king's men guard, himself left out.
+SquareSet guarded_by_men(const EvalSide& us) {
+    return us.attacks[PAWN] | us.attacks[KNIGHT] | us.attacks[BISHOP] | us.attacks[ROOK];
+}
+
 // Squares next to the king that the enemy attacks and only king or queen defend.
-template <int Us, int... Steps> int weak_ring(int king) {
-    const auto is_weak = [&](int sq) {
-        return piece_on(sq) != OFFBOARD && attacks_on(eval_side<-Us>(), sq) != 0 &&
-               (attacks_on(eval_side<Us>(), sq) & ~(KING_BIT | QUEEN_BIT)) == 0;
-    };
-    return ((is_weak(king + Steps) ? 1 : 0) + ...);
+template <int Us> int weak_ring() {
+    const EvalSide& us = eval_side<Us>();
+    return count_squares(us.attacks[KING] & eval_side<-Us>().attacks[0] & ~guarded_by_men(us));
 }
 
 // A pawn step that would attack an enemy piece from a square where it is not lost at once.
 template <int Us> int push_threats() {
-    const PieceList& list = own_list<Us>();
-    int count = 0;
-    for (int i = 0; i < list.size; ++i) {
-        const int sq = list.squares[at(i)];
-        const int stop = sq + 10 * Us;
-        if (piece_on(sq) != Us * PAWN || piece_on(stop) != EMPTY) continue;
-        const auto is_target = [](int victim) {
-            return victim != OFFBOARD && victim * Us <= -KNIGHT && victim * Us > -KING;
-        };
-        const int targets = (is_target(piece_on(stop + 9 * Us)) ? 1 : 0) +
-                            (is_target(piece_on(stop + 11 * Us)) ? 1 : 0);
-        if (targets == 0) continue;
-        const int guards = attacks_on(eval_side<-Us>(), stop);
-        if ((guards & PAWN_BIT) != 0) continue;
-        if (guards == 0 || attacks_on(eval_side<Us>(), stop) != 0) count += targets;
-    }
-    return count;
+    const EvalSide& us = eval_side<Us>();
+    const EvalSide& them = eval_side<-Us>();
+    const SquareSet steps = step_forward<Us>(us.pawns) & ~occupied_squares();
+    const SquareSet held = steps & ~them.attacks[PAWN] & (us.attacks[0] | ~them.attacks[0]);
+    const SquareSet attacks = step_forward<Us>(held);
+    return count_squares(squares_left(attacks) & them.pieces) +
+           count_squares(squares_right(attacks) & them.pieces);
 }
 
 // Who attacks an enemy man, cheapest attacker first, and whether it is defended.
 template <int Us> ScorePair one_threat(int sq, int victim) {
-    const int attackers = attacks_on(eval_side<Us>(), sq);
-    const bool defended = attacks_on(eval_side<-Us>(), sq) != 0;
+    const auto& attacks = eval_side<Us>().attacks;
+    const SquareSet target = set_of(sq);
     ScorePair score = 0;
-    if ((attackers & PAWN_BIT) != 0 && victim >= KNIGHT) {
+    if ((attacks[PAWN] & target) != 0 && victim >= KNIGHT) {
         score += weigh<Us>(THREAT_BY_PAWN + victim - KNIGHT);
-    } else if ((attackers & MINOR_BITS) != 0) {
+    } else if (((attacks[KNIGHT] | attacks[BISHOP]) & target) != 0) {
         score += weigh<Us>(THREAT_BY_MINOR + victim - PAWN);
-    } else if ((attackers & ROOK_BIT) != 0 && victim != ROOK) {
+    } else if ((attacks[ROOK] & target) != 0 && victim != ROOK) {
         score += weigh<Us>(THREAT_BY_ROOK + (victim == QUEEN ? 3 : victim - PAWN));
     }
-    if (!defended) {
+    if ((eval_side<-Us>().attacks[0] & target) == 0) {
         score += weigh<Us>(HANGING + victim - PAWN);
-        if ((attackers & KING_BIT) != 0) score += weigh<Us>(THREAT_BY_KING);
+        if ((attacks[KING] & target) != 0) score += weigh<Us>(THREAT_BY_KING);
     }
     return score;
 }
@@ -119,28 +74,28 @@ template <int Us> ScorePair one_threat(int sq, int victim) {
 }  // namespace
 
 template <int Us> ScorePair king_danger_term() {
-    const int king = king_square<Us>();
-    const Checks checks = safe_checks<Us>(king);
+    const EvalSide& us = eval_side<Us>();
+    const EvalSide& them = eval_side<-Us>();
+    const Checks checks = checking_squares<Us>();
+    const SquareSet unguarded = ~(guarded_by_men(us) | us.attacks[QUEEN]);
     ScorePair score = 0;
     for (int type = KNIGHT; type <= QUEEN; ++type) {
-        if ((checks.kinds & 1 << type) != 0) score += weigh<Us>(KING_SAFE_CHECK + type - KNIGHT);
+        if ((checks.from[at(type)] & them.attacks[at(type)] & unguarded) != 0) {
+            score += weigh<Us>(KING_SAFE_CHECK + type - KNIGHT);
+        }
     }
-    const int queen = eval_side<-Us>().queens != 0 ? 1 : 0;
-    const int weak = weak_ring<Us, 9, 10, 11, -1, 1, -9, -10, -11>(king);
-    score += weigh<Us>(KING_WEAK_RING + queen, weak);
+    const int queen = them.queens != 0 ? 1 : 0;
+    score += weigh<Us>(KING_WEAK_RING + queen, weak_ring<Us>());
     if (queen != 0) score += weigh<Us>(KING_EXPOSED, checks.seen);
     return score;
 }
 
 template <int Us> ScorePair threat_term() {
-    const PieceList& enemies = own_list<-Us>();
     ScorePair score = 0;
-    for (int i = 0; i < enemies.size; ++i) {
-        const int sq = enemies.squares[at(i)];
-        const int victim = type_on(sq);
-        if (victim != KING && attacks_on(eval_side<Us>(), sq) != 0) {
-            score += one_threat<Us>(sq, victim);
-        }
+    SquareSet targets = (eval_side<-Us>().pieces | eval_side<-Us>().pawns) & eval_side<Us>().attacks[0];
+    for (; targets != 0; targets &= targets - 1) {
+        const int sq = square_of_bit(std::countr_zero(targets));
+        score += one_threat<Us>(sq, type_on(sq));
     }
     return score + weigh<Us>(THREAT_BY_PUSH, push_threats<Us>());
 }

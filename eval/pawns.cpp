@@ -199,21 +199,26 @@ void work_out(PawnTerms& terms) {
 
 template <int Us> int first_behind(int sq) { return first_piece<-10 * Us>(sq); }
 
+// All squares in front of one.
+template <int Us> SquareSet file_ahead(int sq) {
+    const int index = square_index[at(sq)];
+    return Us == WHITE ? FILE_A << 8 << index : FILE_A << 7 >> 8 >> (63 - index);
+}
+
 template <int Us> ScorePair one_passed_pawn(int sq, int rank) {
-    const auto& ours = eval_side<Us>().attacks;
-    const auto& theirs = eval_side<-Us>().attacks;
+    const SquareSet ours = eval_side<Us>().attacks[0];
+    const SquareSet theirs = eval_side<-Us>().attacks[0];
     const int index = rank - 4;
-    const int stop = sq + 10 * Us;
+    const SquareSet stop = set_of(sq + 10 * Us);
+    const SquareSet obstacles = theirs | occupied_squares();
     ScorePair score = 0;
 
-    if (piece_on(stop) != EMPTY) {
+    if ((stop & occupied_squares()) != 0) {
         score += weigh<Us>(PASSED_BLOCKED + index);
     } else {
-        if (theirs[at(stop)] == 0) score += weigh<Us>(PASSED_FREE_STOP + index);
-        if (ours[at(stop)] != 0) score += weigh<Us>(PASSED_HELD_STOP + index);
-        int ahead = stop;
-        while (piece_on(ahead) == EMPTY && theirs[at(ahead)] == 0) ahead += 10 * Us;
-        if (piece_on(ahead) == OFFBOARD) score += weigh<Us>(PASSED_FREE_PATH + index);
+        if ((stop & theirs) == 0) score += weigh<Us>(PASSED_FREE_STOP + index);
+        if ((stop & ours) != 0) score += weigh<Us>(PASSED_HELD_STOP + index);
+        if ((file_ahead<Us>(sq) & obstacles) == 0) score += weigh<Us>(PASSED_FREE_PATH + index);
     }
 
     const int behind = first_behind<Us>(sq);

@@ -1,5 +1,5 @@
 // Knights, bishops, rooks and queens: mobility, good and bad places, and their attacks around
-// the enemy king. One look along the rays of a piece serves mobility, the attack maps and the
+// the enemy king. What a piece reaches is found once for mobility, the attack maps and the
 // king attack together.
 #include "eval/eval.h"
 
@@ -7,47 +7,17 @@ namespace tarsimo {
 
 namespace {
 
-constexpr int MOBILITY_MASK = ZONE_SQUARE - 1;
 constexpr int ROOK_SHUT_IN_MOBILITY = 3;  // safe squares that a shut-in rook has at most
 constexpr int FIVE_PAWNS = 5;             // material values fit a side with as many pawns
 
-// Sum of the areas of all squares reached.
-template <int Us, int... Steps> int step_to(int sq, std::uint8_t bit) {
-    EvalSide& us = eval_side<Us>();
-    int sum = 0;
-    const auto reach = [&](int to) {
-        us.attacks[at(to)] |= bit;
-        sum += us.area[at(to)];
-    };
-    (reach(sq + Steps), ...);
-    return sum;
-}
-
-template <int Us, int Step> int slide_along(int sq, std::uint8_t bit) {
-    EvalSide& us = eval_side<Us>();
-    int sum = 0;
-    do {
-        sq += Step;
-        us.attacks[at(sq)] |= bit;
-        sum += us.area[at(sq)];
-    } while (piece_on(sq) == EMPTY);
-    return sum;
-}
-
-template <int Us, int... Steps> int slide(int sq, std::uint8_t bit) {
-    return (slide_along<Us, Steps>(sq, bit) + ...);
-}
-
-template <int Us> int reached_area(int sq, int type) {
-    constexpr std::uint8_t KNIGHT_BIT = 1 << KNIGHT;
-    constexpr std::uint8_t BISHOP_BIT = 1 << BISHOP;
-    constexpr std::uint8_t ROOK_BIT = 1 << ROOK;
-    constexpr std::uint8_t QUEEN_BIT = 1 << QUEEN;
+SquareSet reached_squares(int sq, int type) {
+    const int index = square_index[at(sq)];
+    const SquareSet occupied = occupied_squares();
     switch (type) {
-        case KNIGHT: return step_to<Us, 8, -8, 12, -12, 19, -19, 21, -21>(sq, KNIGHT_BIT);
-        case BISHOP: return slide<Us, 9, -9, 11, -11>(sq, BISHOP_BIT);
-        case ROOK: return slide<Us, 1, -1, 10, -10>(sq, ROOK_BIT);
-        default: return slide<Us, 1, -1, 10, -10, 9, -9, 11, -11>(sq, QUEEN_BIT);
+        case KNIGHT: return knight_attacks(index);
+        case BISHOP: return bishop_attacks(index, occupied);
+        case ROOK: return rook_attacks(index, occupied);
+        default: return bishop_attacks(index, occupied) | rook_attacks(index, occupied);
     }
 }
 
@@ -60,7 +30,7 @@ template <int Us> bool is_outpost(int sq) {
 }
 
 template <int Us> int pawn_supported(int sq) {
-    return (eval_side<Us>().attacks[at(sq)] & (1 << PAWN)) != 0 ? 1 : 0;
+    return (eval_side<Us>().attacks[PAWN] & set_of(sq)) != 0 ? 1 : 0;
 }
 
 template <int Us> ScorePair minor_place(int sq, int type, int outpost) {
@@ -99,7 +69,8 @@ template <int Us> ScorePair bishop_place(int sq) {
     const auto colour = at(square_colour(sq));
     ScorePair score = minor_place<Us>(sq, BISHOP, BISHOP_OUTPOST);
     if (us.bishops[colour]++ == 0 && us.bishops[1 - colour] != 0) score += weigh<Us>(BISHOP_PAIR);
-    score += weigh<Us>(BISHOP_BLOCKED_BY_PAWNS, us.pawns_by_colour[colour]);
+    const SquareSet same_colour = colour == 1 ? DARK_SQUARES : ~DARK_SQUARES;
+    score += weigh<Us>(BISHOP_BLOCKED_BY_PAWNS, count_squares(us.pawns & same_colour));
     if (is_trapped_bishop<Us>(sq)) score += weigh<Us>(BISHOP_TRAPPED);
     if (rules_long_diagonal<Us>(sq)) score += weigh<Us>(BISHOP_LONG_DIAGONAL);
     return score;
@@ -140,11 +111,14 @@ template <int Us> ScorePair queen_place(int sq) {
 }  // namespace
 
 template <int Us> ScorePair piece_term(int sq, int type) {
-    const int area = reached_area<Us>(sq, type);
-    const int mobility = area & MOBILITY_MASK;
-    const int zone_attacks = area / ZONE_SQUARE;
+    EvalSide& us = eval_side<Us>();
+    const SquareSet reached = reached_squares(sq, type);
+    const int mobility = count_squares(reached & us.safe);
+    const int zone_attacks = count_squares(reached & us.king_zone);
     const int kind = type - KNIGHT;
-    eval_side<Us>().king_attack_count += zone_attacks;
+    us.attacks[at(type)] |= reached;
+    us.pieces |= set_of(sq);
+    us.king_attack_count += zone_attacks;
     ScorePair score = weigh<Us>(ZONE_ATTACK + kind, zone_attacks);
     score += weigh<Us>(KNIGHT_ON_RANK + 8 * kind + own_rank<Us>(sq) - 1);
     score += weigh<Us>(KNIGHT_ON_FILE + 4 * kind + wing_of(sq));

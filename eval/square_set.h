@@ -12,17 +12,37 @@ using SquareSet = std::uint64_t;
 constexpr int set_index(int sq) { return (sq / 10 - 2) * 8 + sq % 10 - 1; }
 
 /// The playing square of a bit number 0..63.
-constexpr int square_of_bit(int index) { return A1 + index / 8 * 10 + index % 8; }
+constexpr int square_of_bit(int index) { return A1 + index + index / 8 * 2; }
 
 /// The set of one bit number 0..63.
 constexpr SquareSet bit(int index) { return SquareSet{1} << index; }
 
-/// The squares to the left and right of those of a set.
-constexpr SquareSet squares_aside(SquareSet set) {
-    constexpr SquareSet file_a = 0x0101010101010101ULL;
-    constexpr SquareSet file_h = file_a << 7;
-    return ((set & ~file_h) << 1) | ((set & ~file_a) >> 1);
+/// Bit numbers by mailbox square; 0 on the border.
+inline constexpr auto square_index = detail::fill_squares(
+    [](int sq) { return on_board(sq) ? set_index(sq) : 0; });
+
+/// The set of one playing square 21..98.
+inline SquareSet set_of(int sq) { return bit(square_index[at(sq)]); }
+
+/// Number of squares in a set, by adding neighbouring counts in parallel (Wilkes, Wheeler and
+/// Gill 1957); compilers know it for the one instruction that some processors have.
+constexpr int count_squares(SquareSet set) {
+    set -= set >> 1 & 0x5555555555555555ULL;
+    set = (set & 0x3333333333333333ULL) + (set >> 2 & 0x3333333333333333ULL);
+    set = (set + (set >> 4)) & 0x0f0f0f0f0f0f0f0fULL;
+    return static_cast<int>(set * 0x0101010101010101ULL >> 56);
 }
+
+constexpr SquareSet DARK_SQUARES = 0xaa55aa55aa55aa55ULL;
+
+constexpr SquareSet FILE_A = 0x0101010101010101ULL;
+
+/// The squares to the left and to the right, as white sees the board, of those of a set.
+constexpr SquareSet squares_left(SquareSet set) { return (set & ~FILE_A) >> 1; }
+constexpr SquareSet squares_right(SquareSet set) { return (set & ~(FILE_A << 7)) << 1; }
+
+/// The squares on both sides of those of a set.
+constexpr SquareSet squares_aside(SquareSet set) { return squares_left(set) | squares_right(set); }
 
 /// All squares a king's step away from a square of the set.
 constexpr SquareSet squares_beside(SquareSet set) {
@@ -32,6 +52,24 @@ constexpr SquareSet squares_beside(SquareSet set) {
 
 /// The squares attacked by pawns that move towards h8.
 constexpr SquareSet pawn_attacks(SquareSet pawns) { return squares_aside(pawns << 8); }
+
+/// One rank further as the colour Us sees it; what leaves the board is gone.
+template <int Us> constexpr SquareSet step_forward(SquareSet set) {
+    return Us == WHITE ? set << 8 : set >> 8;
+}
+
+// ---------------------------------------------------------------------------
+// Attacks of pieces by bit number, and by all men on the board for those that slide
+// ---------------------------------------------------------------------------
+
+/// Squares a knight's move away.
+SquareSet knight_attacks(int index);
+
+/// Squares along the diagonals up to and with the first man met.
+SquareSet bishop_attacks(int index, SquareSet occupied);
+
+/// Squares along file and rank up to and with the first man met.
+SquareSet rook_attacks(int index, SquareSet occupied);
 
 }  // namespace tarsimo
 

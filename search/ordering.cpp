@@ -17,19 +17,18 @@ constexpr int HISTORY_AGEING_SHIFT = 2;
 }  // namespace
 
 int pick_move() {
+    // The best score first, the first move that has it then: neither loop has a branch that is
+    // hard to foretell.
+    const int begin = list_start(search_ply);
     const int end = list_start(search_ply + 1);
-    int choice = -1;
     int best = NO_SCORE;
-    for (int i = list_start(search_ply); i < end; ++i) {
-        if (move_at(i).score > best) {
-            best = move_at(i).score;
-            choice = i;
-        }
-    }
-    if (choice >= 0) {
-        current_move_score = best;
-        move_at(choice).score = NO_SCORE;
-    }
+    for (int i = begin; i < end; ++i) best = std::max(best, move_at(i).score);
+    if (best == NO_SCORE) return -1;
+
+    int choice = begin;
+    while (move_at(choice).score != best) ++choice;
+    current_move_score = best;
+    move_at(choice).score = NO_SCORE;
     return choice;
 }
 

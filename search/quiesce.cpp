@@ -52,7 +52,7 @@ int quiesce(int alpha, int beta, int qply) {
             if (is_losing_capture(move)) continue;
         }
         make_move(index);
-        fetch_ahead();
+        fetch_ahead(0);
         if (!king_left_safe()) {
             unmake_move();
             continue;

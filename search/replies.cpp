@@ -50,7 +50,7 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
         const Move& move = move_at(index);
         const int type = type_on(move.from);
         make_move(index);
-        fetch_ahead();
+        fetch_ahead(depth - ONE_PLY);
         if (!king_left_safe(move, node_in_check)) {
             unmake_move();
             continue;

@@ -158,7 +158,7 @@ bool null_move_cuts(Node& node, int& score) {
     ++statistics.null_tries;
     const int reduced_depth = node.depth - ONE_PLY * null_reduction(node);
     make_null_move();
-    fetch_ahead();
+    fetch_ahead(reduced_depth);
     const int reply = search(-node.beta, -node.alpha, reduced_depth, false, false);
     unmake_null_move();
     if (search_aborted) return false;
@@ -183,7 +183,7 @@ bool probcut_cuts(const Node& node, int raised_beta, int& score) {
     for (int index = pick_move(); index >= 0 && tried < PROBCUT_MOVES; index = pick_move()) {
         const Move& move = move_at(index);
         make_move(index);
-        fetch_ahead();
+        fetch_ahead(0);
         if (!king_left_safe(move, false)) {
             unmake_move();
             continue;
@@ -422,7 +422,7 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         const Move& move = move_at(index);
         const int type = type_on(move.from);
         make_move(index);
-        fetch_ahead();
+        fetch_ahead(depth - ONE_PLY);
         if (!king_left_safe(move, node_in_check)) {
             unmake_move();
             continue;

@@ -126,10 +126,11 @@ void allocate_hash_tables();
 void free_hash_tables();
 
 /// Begin to load what the tables hold on the position that make_move() has just reached: memory
-/// answers while the move is tested.
-inline void fetch_ahead() {
-    __builtin_prefetch(&tt_table[hash_key % tt_size]);
+/// answers while the move is tested. A node of less than a ply is left to the quiescence search,
+/// which has no use for the transposition table.
+inline void fetch_ahead(int depth) {
     __builtin_prefetch(&eval_cache[hash_key % eval_cache_size]);
+    if (depth >= ONE_PLY) __builtin_prefetch(&tt_table[hash_key % tt_size]);
 }
 
 /// Fill both tables with zero bytes and set tt_generation to 0.
