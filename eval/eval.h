@@ -118,14 +118,14 @@ template <int Us> inline const PieceList& own_list() {
 }
 
 /// 1..8 on the board, 0 and 9 on the border columns.
-constexpr int file_of(int sq) { return sq % 10; }
+constexpr int file_of(int sq) { return square_file[at(sq)]; }
 
 /// Files from the edge to the centre: 0 for a and h, 3 for d and e.
 constexpr int wing_of(int sq) { return file_of(sq) <= 4 ? file_of(sq) - 1 : 8 - file_of(sq); }
 
-/// Rank 1..8 as the colour Us sees it.
+/// Rank 1..8 of a playing square as the colour Us sees it.
 template <int Us> constexpr int own_rank(int sq) {
-    return Us == WHITE ? sq / 10 - 1 : 10 - sq / 10;
+    return Us == WHITE ? square_rank[at(sq)] : 9 - square_rank[at(sq)];
 }
 
 /// The square of white's board that stands for it on the own colour's: the rank mirror for

@@ -92,7 +92,8 @@ template <int Us> ScorePair king_danger_term() {
 
 template <int Us> ScorePair threat_term() {
     ScorePair score = 0;
-    SquareSet targets = (eval_side<-Us>().pieces | eval_side<-Us>().pawns) & eval_side<Us>().attacks[0];
+    SquareSet targets =
+        (eval_side<-Us>().pieces | eval_side<-Us>().pawns) & eval_side<Us>().attacks[0];
     for (; targets != 0; targets &= targets - 1) {
         const int sq = square_of_bit(std::countr_zero(targets));
         score += one_threat<Us>(sq, type_on(sq));

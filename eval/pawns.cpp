@@ -11,7 +11,7 @@ namespace tarsimo {
 
 namespace {
 
-constexpr std::uint64_t PAWN_CACHE_SIZE = 4096;  // entries of 64 bytes: fits a second-level cache
+constexpr std::uint64_t PAWN_CACHE_SIZE = 16384;  // entries of 64 bytes
 
 std::array<PawnTerms, PAWN_CACHE_SIZE> pawn_cache{};
 
@@ -27,7 +27,7 @@ template <int Us> bool own_pawn_on(int sq) { return piece_on(sq) == Us * PAWN; }
 template <int Us> bool enemy_ahead(int file, int rank) { return enemy_rear_pawn<Us>(file) > rank; }
 
 template <int Us> bool own_ahead(int sq) {
-    for (int ahead = sq + 10 * Us; on_board(ahead); ahead += 10 * Us) {
+    for (int ahead = sq + 10 * Us; piece_on(ahead) != OFFBOARD; ahead += 10 * Us) {
         if (own_pawn_on<Us>(ahead)) return true;
     }
     return false;
@@ -36,7 +36,7 @@ template <int Us> bool own_ahead(int sq) {
 // Enemy pawns on a neighbouring file that the pawn has yet to pass.
 template <int Us> int sentries(int sq, int side_step) {
     int count = 0;
-    for (int ahead = sq + side_step + 20 * Us; on_board(ahead); ahead += 10 * Us) {
+    for (int ahead = sq + side_step + 20 * Us; piece_on(ahead) != OFFBOARD; ahead += 10 * Us) {
         count += own_pawn_on<-Us>(ahead) ? 1 : 0;
     }
     return count;
@@ -45,7 +45,7 @@ template <int Us> int sentries(int sq, int side_step) {
 // Own pawns on a neighbouring file, level or behind, that can come to its help.
 template <int Us> int helpers(int sq, int side_step) {
     int count = 0;
-    for (int behind = sq + side_step; on_board(behind); behind -= 10 * Us) {
+    for (int behind = sq + side_step; piece_on(behind) != OFFBOARD; behind -= 10 * Us) {
         count += own_pawn_on<Us>(behind) ? 1 : 0;
     }
     return count;
@@ -145,7 +145,7 @@ template <int Us> int shelter_file(int king, int file, bool king_file) {
     int own = 0;
     int enemy = 0;
     bool blocked = false;
-    for (int sq = king - file_of(king) + file; on_board(sq); sq += 10 * Us) {
+    for (int sq = king - file_of(king) + file; piece_on(sq) != OFFBOARD; sq += 10 * Us) {
         if (own == 0 && own_pawn_on<Us>(sq)) own = own_rank<Us>(sq);
         if (enemy == 0 && own_pawn_on<-Us>(sq)) {
             enemy = own_rank<Us>(sq);

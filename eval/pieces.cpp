@@ -10,6 +10,28 @@ namespace {
 constexpr int ROOK_SHUT_IN_MOBILITY = 3;  // safe squares that a shut-in rook has at most
 constexpr int FIVE_PAWNS = 5;             // material values fit a side with as many pawns
 
+// Rank and wing together, by kind of piece and square as its owner sees it.
+constexpr auto place_value = [] {
+    std::array<std::array<ScorePair, BOARD_SIZE>, 4> table{};
+    for (int kind = 0; kind < 4; ++kind) {
+        for (int sq = A1; sq <= H8; ++sq) {
+            if (!on_board(sq)) continue;
+            table[at(kind)][at(sq)] =
+                weights[at(KNIGHT_ON_RANK + 8 * kind + square_rank[at(sq)] - 1)] +
+                weights[at(KNIGHT_ON_FILE + 4 * kind + wing_of(sq))];
+        }
+    }
+    return table;
+}();
+
+template <int Us> ScorePair place(int sq, int kind) {
+    if constexpr (EVAL_TRACED) {
+        return weigh<Us>(KNIGHT_ON_RANK + 8 * kind + own_rank<Us>(sq) - 1) +
+               weigh<Us>(KNIGHT_ON_FILE + 4 * kind + wing_of(sq));
+    }
+    return place_value[at(kind)][at(own_square<Us>(sq))];
+}
+
 SquareSet reached_squares(int sq, int type) {
     const int index = square_index[at(sq)];
     const SquareSet occupied = occupied_squares();
@@ -119,9 +141,7 @@ template <int Us> ScorePair piece_term(int sq, int type) {
     us.attacks[at(type)] |= reached;
     us.pieces |= set_of(sq);
     us.king_attack_count += zone_attacks;
-    ScorePair score = weigh<Us>(ZONE_ATTACK + kind, zone_attacks);
-    score += weigh<Us>(KNIGHT_ON_RANK + 8 * kind + own_rank<Us>(sq) - 1);
-    score += weigh<Us>(KNIGHT_ON_FILE + 4 * kind + wing_of(sq));
+    ScorePair score = place<Us>(sq, kind) + weigh<Us>(ZONE_ATTACK + kind, zone_attacks);
     switch (type) {
         case KNIGHT: return score + weigh<Us>(KNIGHT_MOBILITY + mobility) + knight_place<Us>(sq);
         case BISHOP: return score + weigh<Us>(BISHOP_MOBILITY + mobility) + bishop_place<Us>(sq);

@@ -27,8 +27,7 @@ template <typename Relation> constexpr SetTable related_squares(Relation related
 // Of a line, the square itself is left out.
 constexpr SetTable knight_steps =
     related_squares([](int files, int ranks) { return files * files + ranks * ranks == 5; });
-constexpr SetTable diagonal =
-    related_squares([](int files, int ranks) { return files == ranks; });
+constexpr SetTable diagonal = related_squares([](int files, int ranks) { return files == ranks; });
 constexpr SetTable antidiagonal =
     related_squares([](int files, int ranks) { return files == -ranks; });
 constexpr SetTable file_line = related_squares([](int files, int) { return files == 0; });

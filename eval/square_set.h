@@ -18,8 +18,8 @@ constexpr int square_of_bit(int index) { return A1 + index + index / 8 * 2; }
 constexpr SquareSet bit(int index) { return SquareSet{1} << index; }
 
 /// Bit numbers by mailbox square; 0 on the border.
-inline constexpr auto square_index = detail::fill_squares(
-    [](int sq) { return on_board(sq) ? set_index(sq) : 0; });
+inline constexpr auto square_index =
+    detail::fill_squares([](int sq) { return on_board(sq) ? set_index(sq) : 0; });
 
 /// The set of one playing square 21..98.
 inline SquareSet set_of(int sq) { return bit(square_index[at(sq)]); }

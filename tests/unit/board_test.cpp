@@ -38,6 +38,33 @@ TEST_F(Make, RandomPlayRestoresEveryField) {
     EXPECT_GT(visit_random_positions(48, 120, check_moves_of_position), 4000);
 }
 
+// What the searches ask after a move, without looking in all directions, against a look in all.
+TEST_F(Make, OpenedLinesTellOfEveryCheck) {
+    int unsafe = 0;
+    int checks = 0;
+    visit_random_positions(96, 120, [&] {
+        constexpr int INNER_PLY = 2;  // at the root all directions are looked at
+        search_ply = INNER_PLY;
+        list_start(INNER_PLY) = list_start(0);
+        const bool was_in_check = in_check();
+        generate_moves();
+        for (int i = list_start(INNER_PLY); i < list_start(INNER_PLY + 1); ++i) {
+            make_move(i);
+            const bool safe = king_left_safe();
+            ASSERT_EQ(king_left_safe(move_at(i), was_in_check), safe) << name_of(move_at(i));
+            if (safe) {
+                ASSERT_EQ(move_gives_check(move_at(i)), in_check()) << name_of(move_at(i));
+            }
+            unsafe += !safe && !was_in_check ? 1 : 0;
+            checks += safe && in_check() ? 1 : 0;
+            unmake_move();
+        }
+        search_ply = 0;
+    });
+    EXPECT_GT(unsafe, 1000);
+    EXPECT_GT(checks, 2000);
+}
+
 // Knights out and home again in a game much longer than the ring of records: records older
 // than the span are gone, all others lead back.
 TEST_F(Make, LongGameKeepsRecentRecords) {
