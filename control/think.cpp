@@ -56,7 +56,7 @@ void bring_to_front(int index) {
 // ---------------------------------------------------------------------------
 
 void begin_pass() {
-    ++tt_generation;
+    begin_generation();
     search_aborted = false;
     stop_requested = false;
     time_extended = false;

@@ -21,20 +21,17 @@ namespace {
 constexpr std::size_t TT_BYTES = tt_size * sizeof(TTEntry);
 constexpr std::size_t CACHE_BYTES = eval_cache_size * sizeof(EvalCacheEntry);
 
-bool pages_in_use = false;  // a think has had the tables since they were allocated
-
 // An upper bound from a search at most this much shallower still speaks against a null move.
 constexpr int NULL_DEPTH_MARGIN = 8;
 
-// Zero pages from the system, large ones where it has them, or null. With `where`, they replace
-// the pages there. Every probe of a table this size misses the address cache when pages are
-// small, and each first touch of one costs a fault.
+bool pages_in_use = false;  // a search has had the tables since they were allocated
+
+// Zero pages from the system, or null. With `where`, they replace the pages there: the fastest
+// way to clear a table that has been used little.
 void* map_zero_pages(std::size_t bytes, void* where = nullptr) {
     const int flags = MAP_PRIVATE | MAP_ANONYMOUS | (where != nullptr ? MAP_FIXED : 0);
     void* pages = mmap(where, bytes, PROT_READ | PROT_WRITE, flags, -1, 0);
-    if (pages == MAP_FAILED) return nullptr;
-    madvise(pages, bytes, MADV_HUGEPAGE);  // advice only: small pages do as well
-    return pages;
+    return pages == MAP_FAILED ? nullptr : pages;
 }
 
 [[noreturn]] void fail_without_memory() {
@@ -77,10 +74,9 @@ void free_hash_tables() {
     eval_cache = nullptr;
 }
 
-// Once there was a search, which touches nearly every page, writing zeros takes a fifth of the
-// time of new pages and their faults.
+// After a search, which touches nearly every page, writing zeros takes a fifth of the time of new
+// pages and their faults.
 void clear_hash_tables() {
-    if (tt_generation > 0) pages_in_use = true;
     if (pages_in_use) {
         std::memset(static_cast<void*>(tt_table), 0, TT_BYTES);
         std::memset(static_cast<void*>(eval_cache), 0, CACHE_BYTES);
@@ -89,6 +85,16 @@ void clear_hash_tables() {
         fail_without_memory();
     }
     tt_generation = 0;
+}
+
+// In small pages every probe of a table this size misses the address cache, and each first touch
+// of one costs a fault. Large ones are advice only.
+void begin_generation() {
+    ++tt_generation;
+    if (pages_in_use) return;
+    madvise(tt_table, TT_BYTES, MADV_HUGEPAGE);
+    madvise(eval_cache, CACHE_BYTES, MADV_HUGEPAGE);
+    pages_in_use = true;
 }
 
 int tt_probe(int depth, int& score, int beta, bool& null_ok) {

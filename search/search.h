@@ -116,7 +116,7 @@ constexpr std::uint64_t tt_size = 6710886;  ///< entries; 268435440 bytes
 static_assert(sizeof(TTEntry) == 40);
 
 extern TTEntry* tt_table;  ///< null until allocate_hash_tables()
-extern int tt_generation;  ///< raised before every search, 0 after a clear
+extern int tt_generation;  ///< raised by begin_generation(), 0 after a clear
 
 /// Allocate both hash tables zero-filled, releasing those held. Prints a message and ends
 /// the program when there is no memory.
@@ -135,6 +135,10 @@ inline void fetch_ahead(int depth) {
 
 /// Fill both tables with zero bytes and set tt_generation to 0.
 void clear_hash_tables();
+
+/// Raise tt_generation, to be called before the search of every move. The first call asks the
+/// system for large pages.
+void begin_generation();
 
 /// Look up the position. Sets hash_move, none when the position is not stored.
 ///   depth      half-plies asked for; an entry of at least this depth can be used

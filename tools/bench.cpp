@@ -62,7 +62,7 @@ class Bench {
     void run(const BenchPosition& position) {
         set_position_fen(position.fen);
         reset_search();
-        ++tt_generation;
+        begin_generation();
         const auto start = std::chrono::steady_clock::now();
         int score = 0;
         for (int plies = 1; plies <= std::min(position.plies, deepest_); ++plies) {

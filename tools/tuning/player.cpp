@@ -62,7 +62,7 @@ int score_root_move(int index, int number, int alpha, int plies) {
 // The best of the legal root moves, brought to their front, and its score. The root is searched
 // by its moves, as the think driver does: a repeated position must still yield a move.
 int search_position(std::vector<int>& legal, std::uint64_t node_limit) {
-    ++tt_generation;
+    begin_generation();
     clear_ordering();
     nodes = 0;
     int best = 0;
