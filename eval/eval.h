@@ -81,7 +81,8 @@ struct EvalSide {
 
     int king_attack_count;       ///< attacks on the enemy king's surroundings
     std::array<int, 2> bishops;  ///< own bishops by square_colour()
-    int queens;                  ///< own queens
+    std::array<int, 6> count;    ///< own pieces by type, knights to queens
+    int king_attackers;          ///< own pieces that attack the king zone
 };
 
 extern EvalSide white_eval, black_eval;

@@ -2,32 +2,57 @@
 // therefore come when all pieces have been walked.
 #include "eval/eval.h"
 
+#include <algorithm>
 #include <bit>
 
 namespace tarsimo {
 
 namespace {
 
-// Squares from which a piece of each type would check the king, as far as the board allows it,
-// and how open he stands.
+// Danger grows faster than its causes: they are counted together in units, and each number of
+// units has a weight of its own.
+constexpr int SAFE_CHECK_UNITS = 3;  // for each kind of piece that has one
+constexpr int ATTACKER_UNITS = 2;    // for each piece that attacks the king zone
+constexpr int WEAK_SQUARE_UNITS = 1;
+constexpr int MOST_UNITS = 19;
+
+// Squares from which a piece of each type would check the king, as far as the board allows it.
 struct Checks {
-    std::array<SquareSet, 7> from{};  // by piece type, KNIGHT to QUEEN
-    int seen = 0;                     // empty squares that a queen in the king's place would reach
+    SquareSet diagonal = 0;           // what a bishop in the king's place would reach
+    SquareSet straight = 0;           // and a rook
+    std::array<SquareSet, 6> from{};  // by piece type, KNIGHT to QUEEN
 };
 
 template <int Us> Checks checking_squares() {
     const EvalSide& them = eval_side<-Us>();
     const SquareSet occupied = occupied_squares();
     const int king = square_index[at(king_square<Us>())];
-    const SquareSet diagonal = bishop_attacks(king, occupied);
-    const SquareSet straight = rook_attacks(king, occupied);
     Checks checks;
+    checks.diagonal = bishop_attacks(king, occupied);
+    checks.straight = rook_attacks(king, occupied);
     checks.from[KNIGHT] = knight_attacks(king) & ~them.men;
-    checks.from[BISHOP] = diagonal & ~them.men;
-    checks.from[ROOK] = straight & ~them.men;
-    checks.from[QUEEN] = (diagonal | straight) & ~them.men;
-    checks.seen = count_squares((diagonal | straight) & ~occupied);
+    checks.from[BISHOP] = checks.diagonal & ~them.men;
+    checks.from[ROOK] = checks.straight & ~them.men;
+    checks.from[QUEEN] = checks.from[BISHOP] | checks.from[ROOK];
     return checks;
+}
+
+// Own men that stand alone between the king and an enemy slider of the lines `Attacks`, of which
+// the king sees the squares `seen`.
+template <int Us, auto Attacks, int Slider> ScorePair pinned_on_lines(SquareSet seen) {
+    const SquareSet own = eval_side<Us>().men;
+    const int king = square_index[at(king_square<Us>())];
+    const SquareSet beyond = Attacks(king, occupied_squares() & ~(seen & own)) & ~seen;
+    SquareSet pinners = beyond & eval_side<-Us>().pieces;
+    ScorePair score = 0;
+    for (; pinners != 0; pinners &= pinners - 1) {
+        const int pinner = std::countr_zero(pinners);
+        const int type = type_on(square_of_bit(pinner));
+        if (type != Slider && type != QUEEN) continue;
+        const SquareSet pinned = Attacks(king, bit(pinner)) & Attacks(pinner, bit(king)) & own;
+        score += weigh<Us>(PINNED + type_on(square_of_bit(std::countr_zero(pinned))) - PAWN);
+    }
+    return score;
 }
 
 // Squares that the king's men guard, himself left out.
@@ -78,16 +103,24 @@ template <int Us> ScorePair king_danger_term() {
     const EvalSide& them = eval_side<-Us>();
     const Checks checks = checking_squares<Us>();
     const SquareSet unguarded = ~(guarded_by_men(us) | us.attacks[QUEEN]);
+    const int weak = weak_ring<Us>();
+    const int queen = them.count[QUEEN] != 0 ? 1 : 0;
+    int units = WEAK_SQUARE_UNITS * weak + ATTACKER_UNITS * them.king_attackers;
     ScorePair score = 0;
     for (int type = KNIGHT; type <= QUEEN; ++type) {
-        if ((checks.from[at(type)] & them.attacks[at(type)] & unguarded) != 0) {
-            score += weigh<Us>(KING_SAFE_CHECK + type - KNIGHT);
-        }
+        if ((checks.from[at(type)] & them.attacks[at(type)] & unguarded) == 0) continue;
+        score += weigh<Us>(KING_SAFE_CHECK + type - KNIGHT);
+        units += SAFE_CHECK_UNITS;
     }
-    const int queen = them.queens != 0 ? 1 : 0;
-    score += weigh<Us>(KING_WEAK_RING + queen, weak_ring<Us>());
-    if (queen != 0) score += weigh<Us>(KING_EXPOSED, checks.seen);
-    return score;
+    score += weigh<Us>(KING_WEAK_RING + queen, weak);
+    score += weigh<Us>(KING_ATTACKERS + 5 * queen + std::min(them.king_attackers, 4));
+    if (queen != 0) {
+        const SquareSet seen = (checks.diagonal | checks.straight) & ~occupied_squares();
+        score += weigh<Us>(KING_EXPOSED, count_squares(seen));
+        score += weigh<Us>(KING_DANGER + std::min(units, MOST_UNITS));
+    }
+    score += pinned_on_lines<Us, bishop_attacks, BISHOP>(checks.diagonal);
+    return score + pinned_on_lines<Us, rook_attacks, ROOK>(checks.straight);
 }
 
 template <int Us> ScorePair threat_term() {

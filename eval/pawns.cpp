@@ -163,7 +163,8 @@ template <int Us> int shelter_file(int king, int file, bool king_file) {
 template <int Us> int shelter() {
     const int king = king_square<Us>();
     const int middle = std::clamp(file_of(king), 2, 7);
-    int score = 0;
+    int score = middlegame_part(weigh<Us>(KING_ON_FILE + file_of(king) - 1) +
+                                weigh<Us>(KING_ON_RANK + own_rank<Us>(king) - 1));
     for (int file = middle - 1; file <= middle + 1; ++file) {
         score += shelter_file<Us>(king, file, file == file_of(king));
     }

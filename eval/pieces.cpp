@@ -62,11 +62,6 @@ template <int Us> ScorePair minor_place(int sq, int type, int outpost) {
     return score;
 }
 
-template <int Us> ScorePair knight_place(int sq) {
-    return minor_place<Us>(sq, KNIGHT, KNIGHT_OUTPOST) +
-           weigh<Us>(KNIGHT_PAWNS, pawn_count<Us>() - FIVE_PAWNS);
-}
-
 // Taken a pawn on the edge, and the door closes behind.
 template <int Us> bool is_trapped_bishop(int sq) {
     const auto guarded = [&](int place, int guard) {
@@ -108,7 +103,7 @@ template <int Us> bool is_shut_in(int sq, int mobility) {
 
 template <int Us> ScorePair rook_place(int sq, int mobility) {
     const int file = file_of(sq);
-    ScorePair score = weigh<Us>(ROOK_PAWNS, pawn_count<Us>() - FIVE_PAWNS);
+    ScorePair score = 0;
     if (own_rear_pawn<Us>(file) == 8) {
         score += weigh<Us>(enemy_rear_pawn<Us>(file) == 1 ? ROOK_OPEN_FILE : ROOK_HALF_OPEN_FILE);
     } else if (is_shut_in<Us>(sq, mobility)) {
@@ -122,7 +117,6 @@ template <int Us> ScorePair rook_place(int sq, int mobility) {
 
 template <int Us> ScorePair queen_place(int sq) {
     constexpr int FULL_DEVELOPMENT = 5;
-    ++eval_side<Us>().queens;
     ScorePair score = weigh<Us>(QUEEN_NEAR_KING, distance_between(king_square<-Us>(), sq));
     if (own_development<Us>() < FULL_DEVELOPMENT && sq != own_square<Us>(D1)) {
         score += weigh<Us>(QUEEN_EARLY, FULL_DEVELOPMENT - own_development<Us>());
@@ -141,9 +135,16 @@ template <int Us> ScorePair piece_term(int sq, int type) {
     us.attacks[at(type)] |= reached;
     us.pieces |= set_of(sq);
     us.king_attack_count += zone_attacks;
+    us.king_attackers += zone_attacks != 0 ? 1 : 0;
     ScorePair score = place<Us>(sq, kind) + weigh<Us>(ZONE_ATTACK + kind, zone_attacks);
+    score += weigh<Us>(PIECE_PAWNS + kind, pawn_count<Us>() - FIVE_PAWNS);
+    if (++us.count[at(type)] == 2 && (type == KNIGHT || type == ROOK)) {
+        score += weigh<Us>(PIECE_PAIR + (type == ROOK ? 1 : 0));
+    }
     switch (type) {
-        case KNIGHT: return score + weigh<Us>(KNIGHT_MOBILITY + mobility) + knight_place<Us>(sq);
+        case KNIGHT:
+            return score + weigh<Us>(KNIGHT_MOBILITY + mobility) +
+                   minor_place<Us>(sq, KNIGHT, KNIGHT_OUTPOST);
         case BISHOP: return score + weigh<Us>(BISHOP_MOBILITY + mobility) + bishop_place<Us>(sq);
         case ROOK:
             return score + weigh<Us>(ROOK_MOBILITY + mobility) + rook_place<Us>(sq, mobility);
