@@ -82,6 +82,32 @@ TEST_F(Evaluation, FadesTowardsTheFiftyMoveDraw) {
     EXPECT_EQ(score_at(90), 9853);
 }
 
+// What a piece with these steps reaches from `sq`, by walking over the board.
+SquareSet walked(int sq, std::initializer_list<int> steps, bool slides) {
+    SquareSet set = 0;
+    for (const int step : steps) {
+        for (int to = sq + step; piece_on(to) != OFFBOARD; to += step) {
+            set |= bit(set_index(to));
+            if (!slides || piece_on(to) != EMPTY) break;
+        }
+    }
+    return set;
+}
+
+TEST_F(Evaluation, SetsOfAttacksAgreeWithTheBoard) {
+    const int positions = visit_random_positions(24, 120, [] {
+        eval_setup();
+        for (int index = 0; index < 64; ++index) {
+            const int sq = square_of_bit(index);
+            const SquareSet occupied = occupied_squares();
+            ASSERT_EQ(knight_attacks(index), walked(sq, {8, -8, 12, -12, 19, -19, 21, -21}, false));
+            ASSERT_EQ(bishop_attacks(index, occupied), walked(sq, {9, -9, 11, -11}, true)) << sq;
+            ASSERT_EQ(rook_attacks(index, occupied), walked(sq, {1, -1, 10, -10}, true)) << sq;
+        }
+    });
+    EXPECT_GT(positions, 1000);
+}
+
 TEST_F(Evaluation, SetUpOutputs) {
     set_up("4k3/p2p4/3p4/8/P2P4/3P4/7P/4K3 w - -");
     eval_setup();
