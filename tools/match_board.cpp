@@ -5,6 +5,7 @@
 #include "tools/match.h"
 
 #include "control/control.h"
+#include "tools/legal_moves.h"
 
 #include <algorithm>
 #include <cctype>
@@ -28,29 +29,6 @@ std::string lower_case(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return text;
-}
-
-bool is_repeated_ep_capture(int index) {
-    const Move& move = move_at(index);
-    if (move.ep_capture == 0) return false;
-    for (int i = list_start(search_ply); i < index; ++i) {
-        if (move_at(i).ep_capture != 0 && move_at(i).from == move.from) return true;
-    }
-    return false;
-}
-
-// Indexes of the legal moves, in the list of the present search_ply.
-std::vector<int> legal_moves() {
-    std::vector<int> legal;
-    generate_moves();
-    const int end = list_start(search_ply + 1);
-    for (int i = list_start(search_ply); i < end; ++i) {
-        if (is_repeated_ep_capture(i)) continue;
-        make_move(i);
-        if (king_left_safe()) legal.push_back(i);
-        unmake_move();
-    }
-    return legal;
 }
 
 std::string castling_letters() {

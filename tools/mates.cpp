@@ -11,6 +11,7 @@
 #include "control/control.h"
 #include "eval/eval.h"
 #include "search/search.h"
+#include "tools/legal_moves.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -47,28 +48,13 @@ struct Game {
     std::string text;
 };
 
-bool has_legal_move() {
-    generate_moves();
-    for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
-        make_move(i);
-        const bool legal = king_left_safe();
-        unmake_move();
-        if (legal) return true;
-    }
-    return false;
-}
+bool has_legal_move() { return !legal_moves().empty(); }
 
 // True if the black side, to move, can take a white piece at once.
 bool black_takes_something() {
-    generate_moves();
-    for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
-        if (move_at(i).captured == 0) continue;
-        make_move(i);
-        const bool legal = king_left_safe();
-        unmake_move();
-        if (legal) return true;
-    }
-    return false;
+    const std::vector<int> legal = legal_moves();
+    return std::any_of(legal.begin(), legal.end(),
+                       [](int index) { return move_at(index).captured != 0; });
 }
 
 std::string fen_of(const std::string& men, const std::vector<int>& squares) {

@@ -3,10 +3,9 @@
 //   tarsimo-perft "FEN" DEPTH    a line a root move, the total, and leaves a second
 //   tarsimo-perft FILE [DEPTH]   a suite: lines "FEN ;D1 20 ;D2 400 ..."; each count up to
 //                                DEPTH (default: all) is compared; exit status 1 on a mismatch
-//
-// The generator lists an en-passant capture once for every own pawn; repeats count once.
 #include "board/board.h"
 #include "control/control.h"
+#include "tools/legal_moves.h"
 
 #include <chrono>
 #include <cinttypes>
@@ -22,27 +21,6 @@ namespace {
 using namespace tarsimo;
 
 constexpr int DEEPEST = 20;  // well above what any machine counts in a lifetime
-
-bool is_repeated_ep_capture(int index) {
-    const Move& move = move_at(index);
-    if (move.ep_capture == 0) return false;
-    for (int i = list_start(search_ply); i < index; ++i) {
-        if (move_at(i).ep_capture != 0 && move_at(i).from == move.from) return true;
-    }
-    return false;
-}
-
-// Calls visit(index) with each legal move of the position made.
-template <typename Visit> void for_each_legal_move(Visit visit) {
-    generate_moves();
-    const int end = list_start(search_ply + 1);
-    for (int i = list_start(search_ply); i < end; ++i) {
-        if (is_repeated_ep_capture(i)) continue;
-        make_move(i);
-        if (king_left_safe()) visit(i);
-        unmake_move();
-    }
-}
 
 std::uint64_t perft(int depth) {
     if (depth == 0) return 1;

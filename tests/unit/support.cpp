@@ -1,7 +1,6 @@
 // What the unit tests share.
 #include "support.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <random>
@@ -79,22 +78,6 @@ void play(const std::string& names) {
         note_game_length();
         search_ply = 0;
     }
-}
-
-std::vector<int> legal_moves() {
-    std::vector<int> legal;
-    generate_moves();
-    for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
-        const Move& m = move_at(i);
-        const auto repeats = [&](int j) {
-            return move_at(j).to == m.to && move_at(j).from == m.from;
-        };
-        if (m.ep_capture != 0 && std::any_of(legal.begin(), legal.end(), repeats)) continue;
-        make_move(i);
-        if (king_left_safe()) legal.push_back(i);
-        unmake_move();
-    }
-    return legal;
 }
 
 int visit_random_positions(int games, int plies, const std::function<void()>& visit) {

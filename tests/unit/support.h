@@ -7,6 +7,7 @@
 #include "control/control.h"
 #include "eval/eval.h"
 #include "search/search.h"
+#include "tools/legal_moves.h"
 
 #include <gtest/gtest.h>
 
@@ -65,9 +66,6 @@ int find_move(const std::string& name);
 
 /// Make moves of the game, named and separated by blanks; `search_ply` returns to 0.
 void play(const std::string& names);
-
-/// Generate this ply's list: the indices of its legal moves, en-passant repeats left out.
-std::vector<int> legal_moves();
 
 /// Play random games from the usual starts, with a fixed seed; calls visit() in each position.
 /// Returns how many there were.

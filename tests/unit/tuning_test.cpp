@@ -112,12 +112,12 @@ TEST_F(Tuning, RecordsSurviveTheirText) {
         if (++positions % 7 != 0) return;
         const std::string fen = position_fen();
         const auto key = std::pair(board, ep_square);
-        const auto legal = legal_root_moves().size();
+        const auto legal = legal_moves().size();
         const Snapshot before = snapshot();
         set_up(fen);
         EXPECT_EQ(position_fen(), fen);
         EXPECT_EQ(std::pair(board, ep_square), key);
-        EXPECT_EQ(legal_root_moves().size(), legal) << fen;  // castling rights are the same
+        EXPECT_EQ(legal_moves().size(), legal) << fen;  // castling rights are the same
         EXPECT_EQ(side, before.side);
     });
     const std::string line = std::string(START_FEN) + ";e2e4/35 e7e5/-20;0.5";
@@ -152,12 +152,12 @@ TEST_F(Tuning, GamesAreLegalAndDependOnTheirSeed) {
 
         set_up(game.start);
         for (const PlayedMove& move : game.moves) {
-            const int index = find_root_move(legal_root_moves(), move.name);
+            const int index = find_root_move(legal_moves(), move.name);
             ASSERT_GE(index, 0) << move.name << " in " << format_game(game);
             play_root_move(index);
         }
         // The last move stays unplayed in a game that was adjudicated; it is played here.
-        const bool mated = legal_root_moves().empty() && in_check();
+        const bool mated = legal_moves().empty() && in_check();
         const int for_white = game.moves.back().score * -side;
         const bool white_won = mated ? side == BLACK : for_white >= 600;
         const bool black_won = mated ? side == WHITE : for_white <= -600;
@@ -199,8 +199,8 @@ TEST_F(Tuning, ExtractedPositionsAreQuiet) {
             EXPECT_EQ(position.result, game.result);
             set_up(position.fen);
             EXPECT_FALSE(in_check());
-            const auto legal_moves = legal_root_moves();
-            won_exchanges += std::any_of(legal_moves.begin(), legal_moves.end(), [](int index) {
+            const auto moves = legal_moves();
+            won_exchanges += std::any_of(moves.begin(), moves.end(), [](int index) {
                 const Move& move = move_at(index);
                 return move.captured != 0 && see(move.from, move.to) > order_value[PAWN];
             });

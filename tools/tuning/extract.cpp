@@ -3,6 +3,7 @@
 #include "control/control.h"
 #include "eval/eval.h"
 #include "search/search.h"
+#include "tools/legal_moves.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -37,7 +38,7 @@ std::vector<LabelledPosition> Extractor::extract(const GameRecord& game, bool& l
         if (++ply > FIRST_PLIES && is_wanted(move) && !seen_.contains(hash_key)) {
             found.push_back({hash_key, {position_fen(), game.result, std::nullopt}});
         }
-        const int index = find_root_move(legal_root_moves(), move.name);
+        const int index = find_root_move(legal_moves(), move.name);
         if (index < 0) return {};
         play_root_move(index);
     }

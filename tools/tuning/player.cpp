@@ -3,6 +3,7 @@
 #include "control/control.h"
 #include "eval/eval.h"
 #include "search/search.h"
+#include "tools/legal_moves.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -100,7 +101,7 @@ bool set_up_opening(Random& random) {
     salt_keys(random);
     const int plies = OPENING_PLIES + pick(random, 3);
     for (int ply = 0; ply < plies; ++ply) {
-        const std::vector<int> legal = legal_root_moves();
+        const std::vector<int> legal = legal_moves();
         if (legal.empty()) return false;
         play_root_move(legal[at(pick(random, static_cast<int>(legal.size())))]);
     }
@@ -192,7 +193,7 @@ bool is_dead_draw() {
 
 bool is_fair_start() {
     if (is_dead_draw()) return false;
-    std::vector<int> legal = legal_root_moves();
+    std::vector<int> legal = legal_moves();
     return !legal.empty() && std::abs(search_position(legal, PROBE_NODES)) <= BALANCED_SCORE;
 }
 
@@ -252,7 +253,7 @@ GameRecord play_game(std::uint64_t seed, std::uint64_t node_limit) {
     GameRecord game{position_fen(), {}, 0.5};
     Adjudicator adjudicator;
     while (!is_draw_by_rule()) {
-        std::vector<int> legal = legal_root_moves();
+        std::vector<int> legal = legal_moves();
         if (legal.empty()) {
             if (in_check()) game.result = side == WHITE ? 0.0 : 1.0;
             return game;

@@ -2,7 +2,6 @@
 
 #include "control/control.h"
 
-#include <algorithm>
 #include <charconv>
 #include <string_view>
 
@@ -83,22 +82,6 @@ std::string move_name(const Move& move) {
     std::string name = square_name(move.from) + square_name(move.to);
     if (move.promotion != 0) name += FEN_LETTERS[move.promotion];
     return name;
-}
-
-std::vector<int> legal_root_moves() {
-    std::vector<int> legal;
-    generate_moves();
-    for (int i = list_start(0); i < list_start(1); ++i) {
-        const Move move = move_at(i);
-        const auto repeats = [&move](int index) {
-            return move_at(index).from == move.from && move_at(index).to == move.to;
-        };
-        if (move.ep_capture != 0 && std::any_of(legal.begin(), legal.end(), repeats)) continue;
-        make_move(i);
-        if (king_left_safe()) legal.push_back(i);
-        unmake_move();
-    }
-    return legal;
 }
 
 int find_root_move(const std::vector<int>& legal, std::string_view name) {

@@ -22,11 +22,7 @@ std::string position_fen();
 /// A move as a user types it, "e7e8q".
 std::string move_name(const Move& move);
 
-/// Generate the list of the root and return the indices of its legal moves, the repeats of
-/// en-passant captures left out.
-std::vector<int> legal_root_moves();
-
-/// The index of the root move with this name after legal_root_moves(), -1 when there is none.
+/// The index of the root move with this name after legal_moves(), -1 when there is none.
 int find_root_move(const std::vector<int>& legal, std::string_view name);
 
 /// Make a move of the root list as a move of the game; the next position is the root again.
