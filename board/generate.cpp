@@ -167,6 +167,7 @@ template <int Us, List Kind> void generate() {
     // The bound on sq matters only where a king has been taken and the count is off.
     for (int sq = Us == WHITE ? A1 : H8; men > 0 && sq >= A1 && sq <= H8; sq += Us) {
         const int type = Us * piece_on(sq);
+        // One comparison leaves out empty squares, enemies and the border.
         if (static_cast<unsigned>(type) - PAWN > KING - PAWN) continue;
         add_moves_of<Us, Kind>(type, sq);
         --men;

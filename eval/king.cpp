@@ -55,15 +55,15 @@ template <int Us, auto Attacks, int Slider> ScorePair pinned_on_lines(SquareSet 
     return score;
 }
 
-// Squares that the king's men guard, himself left out.
-SquareSet guarded_by_men(const EvalSide& us) {
+// Squares guarded by pawns and pieces other than king and queen.
+SquareSet guarded_by_lesser(const EvalSide& us) {
     return us.attacks[PAWN] | us.attacks[KNIGHT] | us.attacks[BISHOP] | us.attacks[ROOK];
 }
 
 // Squares next to the king that the enemy attacks and only king or queen defend.
 template <int Us> int weak_ring() {
     const EvalSide& us = eval_side<Us>();
-    return count_squares(us.attacks[KING] & eval_side<-Us>().attacks[0] & ~guarded_by_men(us));
+    return count_squares(us.attacks[KING] & eval_side<-Us>().attacks[0] & ~guarded_by_lesser(us));
 }
 
 // A pawn step that would attack an enemy piece from a square where it is not lost at once.
@@ -102,7 +102,7 @@ template <int Us> ScorePair king_danger_term() {
     const EvalSide& us = eval_side<Us>();
     const EvalSide& them = eval_side<-Us>();
     const Checks checks = checking_squares<Us>();
-    const SquareSet unguarded = ~(guarded_by_men(us) | us.attacks[QUEEN]);
+    const SquareSet unguarded = ~(guarded_by_lesser(us) | us.attacks[QUEEN]);
     const int weak = weak_ring<Us>();
     const int queen = them.count[QUEEN] != 0 ? 1 : 0;
     int units = WEAK_SQUARE_UNITS * weak + ATTACKER_UNITS * them.king_attackers;
