@@ -14,19 +14,25 @@ namespace {
 constexpr int HISTORY_LIMIT = 1800000;  // history stays below the bands of the killers
 constexpr int HISTORY_AGEING_SHIFT = 2;
 
+constexpr int PLACE_BITS = 15;  // hold any index of the move array
+constexpr int PLACES = 1 << PLACE_BITS;
+static_assert(MOVE_STACK_SIZE <= PLACES);
+
 }  // namespace
 
 int pick_move() {
-    // The best score first, the first move that has it then: neither loop has a branch that is
-    // hard to foretell.
+    // Score and place in one number: the best score wins, and of equal ones the first move. No
+    // branch here is hard to foretell.
     const int begin = list_start(search_ply);
     const int end = list_start(search_ply + 1);
-    int best = NO_SCORE;
-    for (int i = begin; i < end; ++i) best = std::max(best, move_at(i).score);
+    std::int64_t best_key = std::int64_t{NO_SCORE} * PLACES;
+    for (int i = begin; i < end; ++i) {
+        best_key = std::max(best_key, std::int64_t{move_at(i).score} * PLACES + (PLACES - 1 - i));
+    }
+    const int best = static_cast<int>(best_key >> PLACE_BITS);
     if (best == NO_SCORE) return -1;
 
-    int choice = begin;
-    while (move_at(choice).score != best) ++choice;
+    const int choice = PLACES - 1 - static_cast<int>(best_key & (PLACES - 1));
     current_move_score = best;
     move_at(choice).score = NO_SCORE;
     return choice;
