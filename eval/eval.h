@@ -187,6 +187,9 @@ struct alignas(64) PawnTerms {
     std::array<std::uint8_t, 2> storm;   ///< pawns in front of the enemy king
 };
 
+/// Begin to load what the cache holds for pawn_key: memory answers while the set-up goes on.
+void fetch_pawn_terms();
+
 /// The pawn terms of the position, from their cache or worked out. Sets EvalSide::passed.
 const PawnTerms& pawn_terms();
 

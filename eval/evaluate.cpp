@@ -336,6 +336,7 @@ void eval_setup() {
         if (piece > 0) list_man<WHITE>(sq, piece, place);
         else list_man<BLACK>(sq, -piece, place);
     }
+    fetch_pawn_terms();
     find_rear_pawns();
     set_up_attacks<WHITE>();
     set_up_attacks<BLACK>();

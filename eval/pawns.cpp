@@ -230,6 +230,8 @@ template <int Us> ScorePair one_passed_pawn(int sq, int rank) {
 
 }  // namespace
 
+void fetch_pawn_terms() { __builtin_prefetch(&pawn_cache[pawn_key % PAWN_CACHE_SIZE]); }
+
 const PawnTerms& pawn_terms() {
     PawnTerms& entry = pawn_cache[pawn_key % PAWN_CACHE_SIZE];
     if (EVAL_TRACED || entry.key != pawn_key) work_out(entry);
