@@ -35,6 +35,7 @@ constexpr int MATE_IN_HAND = 31899;   // a score above it ends deep iterations
 constexpr int MATE_IN_HAND_DEPTH = 8;
 constexpr int ANNOUNCED_MATE = 31969;
 constexpr int PONDER_MIN_MOVES_LEFT = 3;
+constexpr int MEMORY_BUDGET_PART = 8;  // of the time for a move, to provide memory for the tables
 
 // State of one think.
 int iteration_depth = 0;  // depth of the running iteration in plies, from 1
@@ -55,12 +56,19 @@ void bring_to_front(int index) {
 // Before the search
 // ---------------------------------------------------------------------------
 
-void begin_pass() {
+// The first search of a game finds its tables without memory. The clock runs, so that a machine
+// slow to provide it cannot cost more than a part of the budget.
+void prepare_tables() {
     begin_generation();
+    while (elapsed_ms() <= time_budget_ms / MEMORY_BUDGET_PART && provide_pages()) {}
+}
+
+void begin_pass() {
+    search_start_ms = clock_ms();
+    prepare_tables();
     search_aborted = false;
     stop_requested = false;
     time_extended = false;
-    search_start_ms = clock_ms();
     search_ply = 0;
     clear_ordering();
     clear_statistics();

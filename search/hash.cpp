@@ -7,6 +7,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -24,7 +25,11 @@ constexpr std::size_t CACHE_BYTES = eval_cache_size * sizeof(EvalCacheEntry);
 // An upper bound from a search at most this much shallower still speaks against a null move.
 constexpr int NULL_DEPTH_MARGIN = 8;
 
-bool pages_in_use = false;  // a search has had the tables since they were allocated
+// Bytes that the system is asked to provide in one go: a millisecond's worth of zeroing.
+constexpr std::size_t PAGES_AT_ONCE = std::size_t{4} << 20;
+
+bool pages_in_use = false;    // a search has had the tables since they were allocated
+std::size_t pages_ready = 0;  // bytes provided in advance, of the transposition table first
 
 // Zero pages from the system, or null. With `where`, they replace the pages there: the fastest
 // way to clear a table that has been used little.
@@ -64,6 +69,7 @@ void allocate_hash_tables() {
     eval_cache = static_cast<EvalCacheEntry*>(map_zero_pages(CACHE_BYTES));
     if (eval_cache == nullptr) fail_without_memory();
     pages_in_use = false;
+    pages_ready = 0;
     tt_generation = 0;
 }
 
@@ -95,6 +101,19 @@ void begin_generation() {
     madvise(tt_table, TT_BYTES, MADV_HUGEPAGE);
     madvise(eval_cache, CACHE_BYTES, MADV_HUGEPAGE);
     pages_in_use = true;
+}
+
+bool provide_pages() {
+    const bool in_table = pages_ready < TT_BYTES;
+    const std::size_t offset = in_table ? pages_ready : pages_ready - TT_BYTES;
+    const std::size_t left = (in_table ? TT_BYTES : CACHE_BYTES) - offset;
+    if (left == 0) return false;
+
+    char* const table =
+        in_table ? reinterpret_cast<char*>(tt_table) : reinterpret_cast<char*>(eval_cache);
+    const std::size_t part = std::min(left, PAGES_AT_ONCE);
+    pages_ready += part;
+    return madvise(table + offset, part, MADV_POPULATE_WRITE) == 0;
 }
 
 int tt_probe(int depth, int& score, int beta, bool& null_ok) {

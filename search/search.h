@@ -140,6 +140,11 @@ void clear_hash_tables();
 /// system for large pages.
 void begin_generation();
 
+/// Have the system provide the next 4 MB of the tables now, where the search would meet a fault
+/// for every page; to be called again while it returns true. False when all is there, or when
+/// the system cannot (Linux before 5.14).
+bool provide_pages();
+
 /// Look up the position. Sets hash_move, none when the position is not stored.
 ///   depth      half-plies asked for; an entry of at least this depth can be used
 ///   score      receives the stored score of the position, when it is stored
