@@ -20,14 +20,16 @@ inline bool is_repeated_ep_capture(int index) {
     return false;
 }
 
-/// Generate the moves of this ply and call visit(index) with each legal one made.
+/// Generate the moves of this ply and call visit(index) with each legal one made, by the test of
+/// legality that the search uses.
 template <typename Visit> void for_each_legal_move(Visit visit) {
     generate_moves();
+    const bool was_in_check = in_check();
     const int end = list_start(search_ply + 1);
     for (int i = list_start(search_ply); i < end; ++i) {
         if (is_repeated_ep_capture(i)) continue;
         make_move(i);
-        if (king_left_safe()) visit(i);
+        if (king_left_safe(move_at(i), was_in_check)) visit(i);
         unmake_move();
     }
 }
