@@ -129,7 +129,7 @@ void execute(const std::string& line) {
     } else if (command == "setboard") {
         set_position_fen(text_behind(line, std::string_view("setboard ").size()));
     } else if (command == "quit") {
-        std::exit(EXIT_SUCCESS);
+        end_program(EXIT_SUCCESS);
     } else if (command == "undo") {
         take_back(1);
     } else if (command == "remove") {

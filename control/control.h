@@ -38,6 +38,9 @@ extern bool xboard_mode;
 /// keys, fresh hash tables. Ends the program when there is no memory for the tables.
 void init_engine();
 
+/// End the program with an exit status.
+[[noreturn]] void end_program(int status);
+
 /// Release the hash tables and end the program with EXIT_BY_USER.
 [[noreturn]] void leave_program();
 
@@ -63,6 +66,10 @@ bool line_waiting();
 
 /// True if the input has ended and every line of it has been read.
 bool input_ended();
+
+/// Forget what has been read, the end of the input included: for programs that serve one input
+/// after another.
+void restart_input();
 
 /// True if a key was pressed at the console; the key then is the first character of the
 /// next line read. End of input or an unreadable terminal is no key. The terminal is left

@@ -5,8 +5,6 @@
 #include "eval/eval.h"
 #include "search/search.h"
 
-#include <cstdlib>
-
 namespace tarsimo {
 
 int time_budget_ms = 0;
@@ -53,7 +51,7 @@ void init_engine() {
 
 void leave_program() {
     free_hash_tables();
-    std::exit(EXIT_BY_USER);
+    end_program(EXIT_BY_USER);
 }
 
 }  // namespace tarsimo

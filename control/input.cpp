@@ -107,6 +107,12 @@ bool line_waiting() {
 
 bool input_ended() { return end_of_input && !gathered_complete && gathered.empty(); }
 
+void restart_input() {
+    gathered.clear();
+    gathered_complete = false;
+    end_of_input = false;
+}
+
 bool key_pressed() {
     if (gathered_complete || !gathered.empty()) return true;
     if (end_of_input) return false;

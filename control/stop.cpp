@@ -4,8 +4,6 @@
 
 #include "search/search.h"
 
-#include <sys/time.h>
-
 namespace tarsimo {
 
 bool stop_test_enabled = true;
@@ -52,13 +50,6 @@ bool must_stop() {
 }
 
 }  // namespace
-
-int clock_ms() {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    const std::int64_t ms = static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_usec / 1000;
-    return static_cast<int>(static_cast<std::uint32_t>(ms));
-}
 
 int elapsed_ms() {
     return static_cast<int>(static_cast<std::uint32_t>(clock_ms()) -
