@@ -181,6 +181,16 @@ void note_game_length();
 /// and their records have not been overwritten in a very long game.
 bool can_take_back(int half_moves);
 
+/// True if all that follows from `board` is as a recount says: border, king squares, material and
+/// counts, except that a king which was taken stays counted off as one piece of its value. Holds
+/// in every position that a text can set up, and is meant for assertions.
+bool position_is_consistent();
+
+/// What is in hash_key beyond the keys of men, side to move and en-passant square: 0 after a set-up
+/// from a text, otherwise the same throughout a game unless a command changes the side to move.
+/// For assertions.
+std::uint64_t unexplained_key();
+
 /// True if the position occurred before since the last irreversible move, as far back
 /// as `fifty` and the records of this game reach.
 bool is_repetition();

@@ -2,9 +2,33 @@
 // record; board, counts, king squares and castling state by the inverse updates.
 #include "board/board.h"
 
+#include <cassert>
+
 namespace tarsimo {
 
 namespace {
+
+// In builds with assertions, looks at the position before and after a step: a recount must agree
+// with it, and the key must have followed. Far from the root every eighth step will do.
+class CheckedStep {
+  public:
+#ifdef NDEBUG
+    CheckedStep() {}
+#else
+    CheckedStep()
+        : checked_(search_ply <= 2 || hash_key % 8 == 0),
+          unexplained_(checked_ ? unexplained_key() : 0) {}
+    ~CheckedStep() {
+        assert(!checked_ || (position_is_consistent() && unexplained_key() == unexplained_));
+    }
+    CheckedStep(const CheckedStep&) = delete;
+    CheckedStep& operator=(const CheckedStep&) = delete;
+
+  private:
+    bool checked_;
+    std::uint64_t unexplained_;
+#endif
+};
 
 void put(int sq, int piece) { board[at(sq)] = piece; }
 
@@ -92,6 +116,7 @@ template <int Us> void unmake(const HistoryEntry& record) {
 }  // namespace
 
 void make_move(int index) {
+    const CheckedStep step;
     const Move& move = move_at(index);
     const int piece = piece_on(move.from);
 
@@ -118,6 +143,7 @@ void make_root_move() {
 }
 
 void unmake_move() {
+    const CheckedStep step;
     --search_ply;
     --game_ply;
     const HistoryEntry& record = history_entry(game_ply);
@@ -132,6 +158,7 @@ void unmake_move() {
 }
 
 void make_null_move() {
+    const CheckedStep step;
     history_entry(game_ply) = {hash_key, fifty, 0, 0, 0, ep_square, 0, 0, 0};
     if (ep_square != 0) hash_key ^= ep_key(ep_square);
     ep_square = 0;
@@ -142,6 +169,7 @@ void make_null_move() {
 }
 
 void unmake_null_move() {
+    const CheckedStep step;
     --game_ply;
     const HistoryEntry& record = history_entry(game_ply);
     hash_key = record.key;

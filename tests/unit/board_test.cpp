@@ -89,6 +89,31 @@ TEST_F(Make, LongGameKeepsRecentRecords) {
     EXPECT_FALSE(can_take_back(1));
 }
 
+// The recount that assertions rely on sees every kind of damage.
+TEST_F(Make, ConsistencySeesDamage) {
+    play("e2e4 d7d5");
+    const auto damages = {
+        +[] { board[A1] = EMPTY; },  +[] { board[E5] = PAWN; },  +[] { board[D1] = -QUEEN; },
+        +[] { board[E2] = KING; },   +[] { board[30] = EMPTY; }, +[] { board[E5] = 7; },
+        +[] { white_king_sq = E2; }, +[] { black_king_sq = 0; }, +[] { ++black_material; },
+        +[] { --white_pawns; },      +[] { ++white_pieces; },    +[] { side = 0; },
+        +[] { board[E8] = EMPTY; },
+    };
+    const auto whole_board = board;
+    EXPECT_TRUE(position_is_consistent());
+    const std::uint64_t unexplained = unexplained_key();
+    for (const auto& damage : damages) {
+        damage();
+        EXPECT_FALSE(position_is_consistent());
+        set_up(START_FEN);
+        EXPECT_TRUE(position_is_consistent());
+        EXPECT_EQ(unexplained_key(), 0U);
+    }
+    board = whole_board;
+    side = BLACK;
+    EXPECT_NE(unexplained_key(), unexplained);
+}
+
 // Counts of reversible moves that reach behind the first record find nothing there.
 TEST_F(Make, RepetitionNeedsTheSamePositionSinceTheLastIrreversibleMove) {
     play("g1f3 g8f6 f3g1");
