@@ -430,6 +430,10 @@ void make_root_move();
 /// Take back the last move made. Its record must still be there: see can_take_back().
 void unmake_move();
 
+/// unmake_move() for a move of the game. A command may have given the move to the other side since
+/// it was made: its men are put back all the same, and then `side` changes.
+void take_back_move();
+
 /// Pass the move to the other side: a record without a move, no en-passant square.
 /// `search_ply` stays as it is.
 void make_null_move();

@@ -157,6 +157,14 @@ void unmake_move() {
     else unmake<BLACK>(record);
 }
 
+void take_back_move() {
+    const int next = -side;
+    const int mover = piece_on(history_entry(game_ply - 1).to) > 0 ? WHITE : BLACK;
+    side = -mover;
+    unmake_move();
+    side = next;
+}
+
 void make_null_move() {
     const CheckedStep step;
     history_entry(game_ply) = {hash_key, fifty, 0, 0, 0, ep_square, 0, 0, 0};

@@ -52,7 +52,7 @@ void print_features() {
 // Take back half-moves, if more than that many have been made.
 void take_back(int half_moves) {
     if (game_ply <= half_moves || !can_take_back(half_moves)) return;
-    for (int i = 0; i < half_moves; ++i) unmake_move();
+    for (int i = 0; i < half_moves; ++i) take_back_move();
     search_ply = 1;
 }
 

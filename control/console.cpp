@@ -46,7 +46,7 @@ void print_help() {
 
 void take_back_half_move() {
     if (game_ply <= 1 || !can_take_back(1)) return;
-    unmake_move();
+    take_back_move();
     search_ply = 1;
     print_board();
 }

@@ -2,6 +2,7 @@
 #include "support.h"
 
 #include <set>
+#include <sstream>
 
 namespace tarsimo::test {
 
@@ -87,6 +88,43 @@ TEST_F(Make, LongGameKeepsRecentRecords) {
     EXPECT_FALSE(can_take_back(1));
     init_engine();
     EXPECT_FALSE(can_take_back(1));
+}
+
+// A command may give the move to the other side between a move and its take-back. The men come
+// back as they were, and the side to move changes as with every take-back.
+TEST_F(Make, TakeBackKnowsWhoMovedAfterAChangeOfSide) {
+    struct Case {
+        const char* fen;
+        const char* moves;
+    };
+    for (const auto& [fen, moves] : {
+             Case{START_FEN, "e2e4 d7d5 e4d5"}, Case{START_FEN, "e2e4 e7e5 e1e2"},
+             Case{"r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", "e8c8"},
+             Case{"r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", "e1g1"},
+             Case{"1n2k3/P7/8/8/8/8/8/4K3 w - -", "a7b8n"},
+             Case{"4k3/8/8/3pP3/8/8/8/4K3 w - d6", "e5d6"},
+             Case{"4k3/4R3/8/8/8/8/8/4K3 w - -", "e7e8"},  // takes the king
+         }) {
+        set_up(fen);
+        Snapshot before = snapshot();
+        std::istringstream names(moves);
+        for (std::string name; names >> name;) {
+            before = snapshot();
+            play(name);
+        }
+        for (int takes = 0; takes < 2 && game_ply > 0; ++takes) {
+            const int expected_side = side;
+            side = -side;
+            take_back_move();
+            ASSERT_EQ(side, expected_side) << moves;
+            ASSERT_TRUE(position_is_consistent()) << moves;
+            if (takes == 0) {
+                before.side = side;
+                before.search_ply = search_ply;
+                EXPECT_TRUE(snapshot() == before) << fen << " " << moves;
+            }
+        }
+    }
 }
 
 // The recount that assertions rely on sees every kind of damage.
