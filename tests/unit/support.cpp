@@ -21,12 +21,6 @@ void Engine::SetUp() {
     start_clock_ago(0);
 }
 
-Snapshot snapshot() {
-    return {board,       square_moves, side,          white_king_sq, black_king_sq,  ep_square,
-            fifty,       hash_key,     white_castled, black_castled, white_material, black_material,
-            white_pawns, black_pawns,  white_pieces,  black_pieces,  game_ply,       search_ply};
-}
-
 Snapshot recounted() {
     constexpr std::array<int, 7> values = {0, 100, 320, 330, 520, 990, 0};
     Snapshot s = snapshot();

@@ -8,6 +8,7 @@
 #include "eval/eval.h"
 #include "search/search.h"
 #include "tools/legal_moves.h"
+#include "tools/snapshot.h"
 
 #include <gtest/gtest.h>
 
@@ -38,20 +39,7 @@ class Engine : public ::testing::Test {
     void SetUp() override;
 };
 
-/// Every field of the position, all but the records of the moves made.
-struct Snapshot {
-    std::array<int, BOARD_SIZE> board, square_moves;
-    int side, white_king_sq, black_king_sq, ep_square, fifty;
-    std::uint64_t hash_key;
-    std::uint8_t white_castled, black_castled;
-    int white_material, black_material, white_pawns, black_pawns, white_pieces, black_pieces;
-    int game_ply, search_ply;
-    bool operator==(const Snapshot&) const = default;
-};
-
-Snapshot snapshot();
-
-/// The same with material, counts, king squares and key worked out from board, side to move
+/// snapshot() with material, counts, king squares and key worked out from board, side to move
 /// and en-passant square alone.
 Snapshot recounted();
 
