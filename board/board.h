@@ -55,6 +55,14 @@ enum Square : int {
 };
 // clang-format on
 
+/// In the fuzz targets' builds, which run hundreds of short sessions a second: small tables, and a
+/// stop test every few nodes.
+#ifdef TARSIMO_FUZZ
+constexpr bool SHORT_SESSIONS = true;
+#else
+constexpr bool SHORT_SESSIONS = false;
+#endif
+
 constexpr int BOARD_SIZE = 120;    ///< mailbox squares, border included
 constexpr int SQUARE_LIMIT = 100;  ///< tables indexed by playing squares only end here
 
@@ -143,7 +151,7 @@ struct HistoryEntry {
 /// Records held at a time: a power of two, since the history is a ring addressed by
 /// the low bits of a ply number. A game may be longer than the ring; the oldest
 /// records are then overwritten.
-constexpr int HISTORY_SIZE = 4096;
+constexpr int HISTORY_SIZE = SHORT_SESSIONS ? 512 : 4096;
 
 /// Records that a search may write beyond the game's own moves: a move a ply, and a
 /// null move between two of them.

@@ -33,7 +33,7 @@ struct EvalCacheEntry {
     int side;           ///< side to move when stored; 0 in a cleared entry, which matches none
 };
 
-constexpr std::uint64_t eval_cache_size = 1048576;  ///< entries
+constexpr std::uint64_t eval_cache_size = SHORT_SESSIONS ? 256 : 1048576;  ///< entries
 static_assert(sizeof(EvalCacheEntry) == 16);
 
 /// The cache: eval_cache_size entries, allocated and cleared with the transposition table.

@@ -18,7 +18,7 @@ constexpr int MATED_SCORE = 31999;     ///< a side mated at ply p scores p - MAT
 constexpr int MATE_THRESHOLD = 31900;  ///< above it in magnitude a score is a mate score
 
 /// Nodes between two stop tests; a power of two.
-constexpr int STOP_TEST_INTERVAL = 8192;
+constexpr int STOP_TEST_INTERVAL = SHORT_SESSIONS ? 64 : 8192;
 
 // ---------------------------------------------------------------------------
 // What a search needs from its surroundings
@@ -112,7 +112,7 @@ struct TTEntry {
     std::int16_t move_extra;  ///< always 0
 };
 
-constexpr std::uint64_t tt_size = 6710886;  ///< entries; 268435440 bytes
+constexpr std::uint64_t tt_size = SHORT_SESSIONS ? 1021 : 6710886;  ///< entries; 268435440 bytes
 static_assert(sizeof(TTEntry) == 40);
 
 extern TTEntry* tt_table;  ///< null until allocate_hash_tables()
