@@ -15,6 +15,7 @@ import pytest
 
 REPOSITORY = Path(__file__).resolve().parents[2]
 ENGINE = os.environ.get("TARSIMO", str(REPOSITORY / "build" / "tarsimo"))
+SANITIZED_ENGINE = os.environ.get("TARSIMO_SANITIZED", ENGINE)
 PATIENCE = 20.0
 
 PROMPT = "Su jugada: "
@@ -54,10 +55,10 @@ def diagram(placement, white_to_move=True):
 GREETING = "\n   Tarsimo II version 2023, febrero 2023 " + diagram(START)
 
 
-def console_session(script, timeout=PATIENCE):
+def console_session(script, timeout=PATIENCE, engine=ENGINE):
     """Feed a script through a pipe; what was printed after the greeting, and the exit status."""
     data = script if isinstance(script, bytes) else script.encode("latin-1")
-    done = subprocess.run([ENGINE], input=data, capture_output=True, timeout=timeout, check=False)
+    done = subprocess.run([engine], input=data, capture_output=True, timeout=timeout, check=False)
     output = done.stdout.decode("latin-1")
     assert output.startswith(GREETING), f"greeting: {output[:1200]!r}"
     assert done.stderr == b""
@@ -68,8 +69,8 @@ class Gui:
     """An engine under CECP, with the lines that it has sent. A broken pipe is no signal to it,
     so that it has to notice by itself that nobody listens."""
 
-    def __init__(self):
-        self.process = subprocess.Popen([ENGINE], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+    def __init__(self, engine=ENGINE):
+        self.process = subprocess.Popen([engine], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         bufsize=0, restore_signals=False)
         self.buffer = b""
         self.pings = 1000
