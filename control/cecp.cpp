@@ -17,6 +17,11 @@ namespace {
 
 constexpr int MOST = std::numeric_limits<int>::max();
 
+// Kept on the clock whatever the formulas say: what a move may need to reach the GUI, or a quarter
+// of the clock if that is less.
+constexpr int CLOCK_RESERVE_MS = 100;
+constexpr int CLOCK_RESERVE_PART = 4;
+
 // Clock state. It outlives a new game.
 int level_moves = 0;         // moves to the end of the current control, 0 for none
 int control_moves = 0;       // moves of one control, as the level command gave them
@@ -61,11 +66,16 @@ void leave_the_game_alone() {
     engine_side = NEITHER_SIDE;
 }
 
+void set_budget(int milliseconds) {
+    time_budget_ms = milliseconds;
+    time_limit_ms = NO_TIME_LIMIT;
+}
+
 void start_analysis() {
     ponder = false;
     analyze_mode = true;
     engine_side = NEITHER_SIDE;
-    time_budget_ms = UNLIMITED_BUDGET_MS;
+    set_budget(UNLIMITED_BUDGET_MS);
     think();
 }
 
@@ -97,10 +107,13 @@ void set_level(const std::string& line) {
     level_increment_ms = increment * 1000;
 }
 
+// A large increment, or one move a control, can make the budget exceed the clock.
 void set_clock(const std::string& line) {
     own_time_ms = number_argument(line, "time", MOST / 10) * 10;
-    time_budget_ms = allocate_time(own_time_ms, opponent_time_ms, level_moves, control_moves,
-                                   level_increment_ms);
+    const int budget = allocate_time(own_time_ms, opponent_time_ms, level_moves, control_moves,
+                                     level_increment_ms);
+    time_limit_ms = clock_limit(own_time_ms);
+    time_budget_ms = std::min(budget, time_limit_ms);
 }
 
 void play_user_move(const std::string& word) {
@@ -157,11 +170,11 @@ void execute(const std::string& line) {
         move_now();
     } else if (command == "sd") {
         max_depth = number_argument(line, command, MOST);
-        time_budget_ms = UNLIMITED_BUDGET_MS;
+        set_budget(UNLIMITED_BUDGET_MS);
     } else if (command == "level") {
         set_level(line);
     } else if (command == "st") {
-        time_budget_ms = number_argument(line, command, MOST / 1000) * 1000;
+        set_budget(number_argument(line, command, MOST / 1000) * 1000);
     } else if (command == "otim") {
         opponent_time_ms = number_argument(line, command, MOST / 10) * 10;
     } else if (command == "time") {
@@ -194,6 +207,10 @@ int allocate_time(int own_ms, int opponent_ms, int& moves_to_control, int moves_
     // The last moves before the control keep one second in reserve.
     if (left < 4) return (own_ms - 1000) / left;
     return own_ms / std::min(left, 30);
+}
+
+int clock_limit(int own_ms) {
+    return own_ms - std::min(own_ms / CLOCK_RESERVE_PART, CLOCK_RESERVE_MS);
 }
 
 void run_cecp() {

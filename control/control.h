@@ -4,6 +4,7 @@
 #define TARSIMO_CONTROL_CONTROL_H
 
 #include <cstdint>
+#include <limits>
 #include <string>
 
 namespace tarsimo {
@@ -18,11 +19,15 @@ constexpr int EXIT_BY_USER = 1;
 /// A budget that means "no limit": about 9.3 hours, in milliseconds.
 constexpr int UNLIMITED_BUDGET_MS = 33554432;
 
+/// Value of time_limit_ms while no clock runs.
+constexpr int NO_TIME_LIMIT = std::numeric_limits<int>::max();
+
 /// Value of engine_side when the engine plays neither colour.
 constexpr int NEITHER_SIDE = 2;
 
 // Settings, set to their defaults by init_engine() and changed by commands.
 extern int time_budget_ms;  ///< time for one move, in milliseconds; may be 0 or negative
+extern int time_limit_ms;   ///< a budget is never overdrawn beyond this, in milliseconds
 extern int max_depth;       ///< deepest iteration begun, in plies
 extern int engine_side;     ///< under CECP: WHITE, BLACK or NEITHER_SIDE
 extern bool force_mode;     ///< the engine does not answer moves
@@ -128,7 +133,8 @@ extern bool first_root_move;  ///< the first root move of an iteration is being 
 extern bool time_extended;    ///< an unstable best move has earned the whole budget
 extern bool stop_requested;   ///< the stop test answered to a person or the GUI
 
-/// Wall clock in milliseconds, wrapped to 32 bits; compare readings by difference only.
+/// Milliseconds since some moment, which nobody can set, wrapped to 32 bits; compare readings by
+/// difference only.
 int clock_ms();
 
 /// Milliseconds since search_start_ms.
@@ -177,6 +183,10 @@ bool parse_user_move(std::string& text);
 ///   increment_ms          increment a move
 int allocate_time(int own_ms, int opponent_ms, int& level_moves, int control_moves,
                   int increment_ms);
+
+/// The longest that a move may take with so much time left, in milliseconds: less than the clock
+/// by what the move may need to reach the GUI. Caps the budget and what overdraws it.
+int clock_limit(int own_ms);
 
 }  // namespace tarsimo
 

@@ -8,6 +8,7 @@
 namespace tarsimo {
 
 int time_budget_ms = 0;
+int time_limit_ms = NO_TIME_LIMIT;
 int max_depth = 0;
 int engine_side = BLACK;
 bool force_mode = false;
@@ -25,6 +26,7 @@ constexpr int DEFAULT_MOVES_LEFT = 20;
 
 void set_default_settings() {
     time_budget_ms = DEFAULT_BUDGET_MS;
+    time_limit_ms = NO_TIME_LIMIT;
     max_depth = DEFAULT_MAX_DEPTH;
     engine_side = BLACK;
     force_mode = false;

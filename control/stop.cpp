@@ -23,7 +23,7 @@ bool budgets_spent(int budgets) {
 bool overtime_is_over() {
     if (moves_left < FEW_MOVES_LEFT) return true;
     if (first_root_move && !time_extended) return true;  // nothing new to learn from this iteration
-    return budgets_spent(OVERTIME_BUDGETS);
+    return budgets_spent(OVERTIME_BUDGETS) || elapsed_ms() >= time_limit_ms;
 }
 
 // A line in the middle of a search: "?" and "exit" stop it, anything else is dropped. The end

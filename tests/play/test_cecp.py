@@ -179,6 +179,7 @@ def test_game_of_any_length(gui):
     ["level -7 1 0", "time 100"], ["level 2147483647 0 2147483647", "time 0", "st 0"],
     ["level 99999999999 1 -99999999999", "time 9"], ["level", "time", "otim"],
     ["level a b c", "time x", "otim y"], ["time 0", "otim 0"],
+    ["level 0 1 9000", "time 50"], ["level 1 90 0", "time 50"],
     ["time -99999999999", "otim 99999999999"],
     ["st 0.5"], ["st 0:01"], ["st -1"], ["st"], ["st no"], ["st -99999999999"],
     ["sd 1"], ["sd 0"], ["sd -4"], ["sd no"], ["sd -99999999999"], ["sd 99999999999", "st 0"],

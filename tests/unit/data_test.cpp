@@ -109,6 +109,7 @@ std::string case_figures(const std::string& line) {
         moves_left = n[2];
         first_root_move = n[3] != 0;
         time_extended = n[4] != 0;
+        time_limit_ms = n[5];
         return input_pending() ? "stop" : "on";
     }
     if (command == "table" || command == "cut") {
