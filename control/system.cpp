@@ -3,16 +3,16 @@
 // their place.
 #include "control/control.h"
 
-#include <sys/time.h>
-
 #include <cstdlib>
+#include <ctime>
 
 namespace tarsimo {
 
 int clock_ms() {
-    timeval now{};
-    gettimeofday(&now, nullptr);
-    const std::int64_t ms = static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_usec / 1000;
+    // Not the time of day, which somebody may set while the engine thinks.
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    const std::int64_t ms = static_cast<std::int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
     return static_cast<int>(static_cast<std::uint32_t>(ms));
 }
 
