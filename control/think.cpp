@@ -35,7 +35,7 @@ constexpr int MATE_IN_HAND = 31899;   // a score above it ends deep iterations
 constexpr int MATE_IN_HAND_DEPTH = 8;
 constexpr int ANNOUNCED_MATE = 31969;
 constexpr int PONDER_MIN_MOVES_LEFT = 3;
-constexpr int MEMORY_BUDGET_PART = 8;  // of the time for a move, to provide memory for the tables
+constexpr int MEMORY_BUDGET_PART = 2;  // of the time for a move, to provide memory for the tables
 
 // State of one think.
 int iteration_depth = 0;  // depth of the running iteration in plies, from 1
@@ -56,11 +56,11 @@ void bring_to_front(int index) {
 // Before the search
 // ---------------------------------------------------------------------------
 
-// The first search of a game finds its tables without memory. The clock runs, so that a machine
-// slow to provide it cannot cost more than a part of the budget.
+// The first search finds its tables without memory. The clock runs, so that a machine slow to
+// provide it cannot cost more than a part of the budget.
 void prepare_tables() {
     begin_generation();
-    while (elapsed_ms() <= time_budget_ms / MEMORY_BUDGET_PART && provide_pages()) {}
+    while (elapsed_ms() <= time_budget_ms / MEMORY_BUDGET_PART && provide_memory()) {}
 }
 
 void begin_pass() {

@@ -8,6 +8,8 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,25 +21,37 @@ int tt_generation = 0;
 
 namespace {
 
-constexpr std::size_t TT_BYTES = tt_size * sizeof(TTEntry);
-constexpr std::size_t CACHE_BYTES = eval_cache_size * sizeof(EvalCacheEntry);
+constexpr std::size_t LARGE_PAGE = std::size_t{2} << 20;
+
+constexpr std::size_t to_whole_pages(std::size_t bytes) {
+    return (bytes + LARGE_PAGE - 1) / LARGE_PAGE * LARGE_PAGE;
+}
+
+// Both tables lie in one piece of memory that begins at a large page.
+constexpr std::size_t CACHE_OFFSET = to_whole_pages(tt_size * sizeof(TTEntry));
+constexpr std::size_t TABLE_BYTES =
+    CACHE_OFFSET + to_whole_pages(eval_cache_size * sizeof(EvalCacheEntry));
+constexpr std::size_t MAPPED_BYTES = TABLE_BYTES + LARGE_PAGE;
+
+// Bytes that the system is asked to provide in one go: a millisecond's worth of zeroing.
+constexpr std::size_t BYTES_AT_ONCE = 2 * LARGE_PAGE;
 
 // An upper bound from a search at most this much shallower still speaks against a null move.
 constexpr int NULL_DEPTH_MARGIN = 8;
 
-// Bytes that the system is asked to provide in one go: a millisecond's worth of zeroing.
-constexpr std::size_t PAGES_AT_ONCE = std::size_t{4} << 20;
-
-bool pages_in_use = false;    // a search has had the tables since they were allocated
-std::size_t pages_ready = 0;  // bytes provided in advance, of the transposition table first
+void* mapping = nullptr;         // what the system gave, up to a large page before the tables
+bool memory_in_use = false;      // a search has had the tables since they were allocated
+std::size_t bytes_provided = 0;  // from their beginning, by provide_memory()
 
 // Zero pages from the system, or null. With `where`, they replace the pages there: the fastest
-// way to clear a table that has been used little.
-void* map_zero_pages(std::size_t bytes, void* where = nullptr) {
+// way to clear tables that have not been used.
+void* map_zero_pages(void* where) {
     const int flags = MAP_PRIVATE | MAP_ANONYMOUS | (where != nullptr ? MAP_FIXED : 0);
-    void* pages = mmap(where, bytes, PROT_READ | PROT_WRITE, flags, -1, 0);
+    void* pages = mmap(where, MAPPED_BYTES, PROT_READ | PROT_WRITE, flags, -1, 0);
     return pages == MAP_FAILED ? nullptr : pages;
 }
+
+char* first_byte() { return reinterpret_cast<char*>(tt_table); }
 
 [[noreturn]] void fail_without_memory() {
     std::puts("ERROR: Couldn't allocate memory for hash table.");
@@ -63,57 +77,49 @@ int from_stored(int score) {
 }  // namespace
 
 void allocate_hash_tables() {
-    free_hash_tables();
-    tt_table = static_cast<TTEntry*>(map_zero_pages(TT_BYTES));
-    if (tt_table == nullptr) fail_without_memory();
-    eval_cache = static_cast<EvalCacheEntry*>(map_zero_pages(CACHE_BYTES));
-    if (eval_cache == nullptr) fail_without_memory();
-    pages_in_use = false;
-    pages_ready = 0;
+    if (mapping != nullptr) {
+        clear_hash_tables();
+        return;
+    }
+    mapping = map_zero_pages(nullptr);
+    if (mapping == nullptr) fail_without_memory();
+    const std::uintptr_t address = to_whole_pages(reinterpret_cast<std::uintptr_t>(mapping));
+    tt_table = reinterpret_cast<TTEntry*>(address);
+    eval_cache = reinterpret_cast<EvalCacheEntry*>(address + CACHE_OFFSET);
+    memory_in_use = false;
+    bytes_provided = 0;
     tt_generation = 0;
 }
 
 void free_hash_tables() {
-    if (tt_table != nullptr) munmap(tt_table, TT_BYTES);
+    if (mapping != nullptr) munmap(mapping, MAPPED_BYTES);
+    mapping = nullptr;
     tt_table = nullptr;
-    if (eval_cache != nullptr) munmap(eval_cache, CACHE_BYTES);
     eval_cache = nullptr;
 }
 
 // After a search, which touches nearly every page, writing zeros takes a fifth of the time of new
 // pages and their faults.
 void clear_hash_tables() {
-    if (pages_in_use) {
-        std::memset(static_cast<void*>(tt_table), 0, TT_BYTES);
-        std::memset(static_cast<void*>(eval_cache), 0, CACHE_BYTES);
-    } else if (map_zero_pages(TT_BYTES, tt_table) == nullptr ||
-               map_zero_pages(CACHE_BYTES, eval_cache) == nullptr) {
-        fail_without_memory();
-    }
+    if (memory_in_use) std::memset(first_byte(), 0, TABLE_BYTES);
+    else if (map_zero_pages(mapping) == nullptr) fail_without_memory();
     tt_generation = 0;
 }
 
-// In small pages every probe of a table this size misses the address cache, and each first touch
-// of one costs a fault. Large ones are advice only.
 void begin_generation() {
     ++tt_generation;
-    if (pages_in_use) return;
-    madvise(tt_table, TT_BYTES, MADV_HUGEPAGE);
-    madvise(eval_cache, CACHE_BYTES, MADV_HUGEPAGE);
-    pages_in_use = true;
+    memory_in_use = true;
 }
 
-bool provide_pages() {
-    const bool in_table = pages_ready < TT_BYTES;
-    const std::size_t offset = in_table ? pages_ready : pages_ready - TT_BYTES;
-    const std::size_t left = (in_table ? TT_BYTES : CACHE_BYTES) - offset;
-    if (left == 0) return false;
-
-    char* const table =
-        in_table ? reinterpret_cast<char*>(tt_table) : reinterpret_cast<char*>(eval_cache);
-    const std::size_t part = std::min(left, PAGES_AT_ONCE);
-    pages_ready += part;
-    return madvise(table + offset, part, MADV_POPULATE_WRITE) == 0;
+// In small pages every probe of a table this size misses the address cache. Large ones are advice
+// only, and pages left to the search stay small: a fault then costs little.
+bool provide_memory() {
+    if (bytes_provided == TABLE_BYTES) return false;
+    char* const begin = first_byte() + bytes_provided;
+    const std::size_t bytes = std::min(BYTES_AT_ONCE, TABLE_BYTES - bytes_provided);
+    bytes_provided += bytes;
+    madvise(begin, bytes, MADV_HUGEPAGE);
+    return madvise(begin, bytes, MADV_POPULATE_WRITE) == 0 || errno == EINVAL;
 }
 
 int tt_probe(int depth, int& score, int beta, bool& null_ok) {

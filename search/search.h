@@ -118,8 +118,8 @@ static_assert(sizeof(TTEntry) == 40);
 extern TTEntry* tt_table;  ///< null until allocate_hash_tables()
 extern int tt_generation;  ///< raised by begin_generation(), 0 after a clear
 
-/// Allocate both hash tables zero-filled, releasing those held. Prints a message and ends
-/// the program when there is no memory.
+/// Allocate both hash tables zero-filled, or clear those held. Prints a message and ends the
+/// program when there is no memory.
 void allocate_hash_tables();
 
 /// Release both tables; without effect when there are none.
@@ -136,14 +136,13 @@ inline void fetch_ahead(int depth) {
 /// Fill both tables with zero bytes and set tt_generation to 0.
 void clear_hash_tables();
 
-/// Raise tt_generation, to be called before the search of every move. The first call asks the
-/// system for large pages.
+/// Raise tt_generation, to be called before the search of every move.
 void begin_generation();
 
-/// Have the system provide the next 4 MB of the tables now, where the search would meet a fault
-/// for every page; to be called again while it returns true. False when all is there, or when
-/// the system cannot (Linux before 5.14).
-bool provide_pages();
+/// Have the system provide the next 4 MB of the tables, in large pages if it can, before a search
+/// meets a fault for every small page; to be called again while it returns true. False when all is
+/// there, or no memory is to be had.
+bool provide_memory();
 
 /// Look up the position. Sets hash_move, none when the position is not stored.
 ///   depth      half-plies asked for; an entry of at least this depth can be used

@@ -63,6 +63,7 @@ class Bench {
         set_position_fen(position.fen);
         reset_search();
         begin_generation();
+        while (provide_memory()) {}
         const auto start = std::chrono::steady_clock::now();
         int score = 0;
         for (int plies = 1; plies <= std::min(position.plies, deepest_); ++plies) {

@@ -64,6 +64,7 @@ int score_root_move(int index, int number, int alpha, int plies) {
 // by its moves, as the think driver does: a repeated position must still yield a move.
 int search_position(std::vector<int>& legal, std::uint64_t node_limit) {
     begin_generation();
+    while (provide_memory()) {}
     clear_ordering();
     nodes = 0;
     int best = 0;
