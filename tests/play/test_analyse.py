@@ -1,0 +1,181 @@
+"""Files of positions: every one searched once, whatever stops the run, and tests scored right."""
+import os
+import re
+import signal
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+
+from conftest import ENGINE, PATIENCE, REPOSITORY
+
+ANALYSE = REPOSITORY / "tools" / "analyse"
+SUITE = REPOSITORY / "tests" / "data" / "tactics.epd"
+
+POSITIONS = """\
+# Mate in one, and a move that mates as well.
+k7/8/K7/8/8/8/8/6Q1 w - - bm Qg8# Qa7; id "mate; or mate";
+k7/8/K7/8/8/8/8/6Q1 w - - bm Qb6; id "no mate";
+
+4k3/8/8/3q4/8/8/8/3QK3 w - - 12 40 am Qd2; id "takes";
+4k3/8/8/3q4/8/8/8/3QK3 w - - am Qxd5; bm d1d5; id "takes, and should not"; c0 "kept";
+8/P6k/8/8/8/8/8/K7 w - - 0 1
+8/P6k/8/8/8/8/8/K7 w - - 0 1
+r3k2r/8/8/8/8/8/8/R3K2R b KQkq -
+"""
+
+# A login program that stays at home, in a folder that stands for the other machine's.
+SSH = """\
+#!/bin/sh
+while :; do
+    case $1 in
+        -[olpSi]) shift 2;;
+        -*) shift;;
+        *) break;;
+    esac
+done
+echo "$1" >> "$OTHER_MACHINE/logins"
+shift
+[ "$1" != -- ] || shift
+export HOME="$OTHER_MACHINE"
+cd "$HOME" && exec sh -c "$*"
+"""
+
+
+@pytest.fixture
+def analyse(tmp_path):
+    """Run the tool on a text of positions: what it printed and the lines of results."""
+
+    def run(text, *options, status=0, **environment):
+        (tmp_path / "in.epd").write_text(text)
+        done = subprocess.run([ANALYSE, "in.epd", "--engine", ENGINE, *options], cwd=tmp_path,
+                              env={**os.environ, "PARALLEL_HOME": str(tmp_path), **environment},
+                              capture_output=True, text=True, timeout=100, check=False)
+        assert done.returncode == status, done.stdout + done.stderr
+        results = tmp_path / "in.epd.results"
+        lines = results.read_text().splitlines() if results.exists() else []
+        return done.stdout + done.stderr, lines
+
+    return run
+
+
+def operations(line):
+    return dict(re.findall(r'(\w+) ("[^"]*"|[^;"]+);', line.split(None, 4)[4]))
+
+
+def test_results_and_scores(analyse):
+    output, lines = analyse(POSITIONS, "--depth", "7", "-j", "2")
+    assert lines[0] == "# analyse --depth 7"
+    by_id = {operations(line).get("id", line[:4]): operations(line) for line in lines[1:]}
+    assert len(lines) == 8 and len(by_id) == 6
+
+    mate = by_id['"mate; or mate"']
+    assert mate["pm"] == mate["pv"] and mate["pm"] in ("Qg8#", "Qa7#", "Qb7#")
+    assert mate["bm"] == "Qg8# Qa7" and mate["ce"] == "31998"
+    assert by_id['"takes"']["pm"] == "Qxd5" and "bm" not in by_id['"takes"']
+    assert by_id['"takes, and should not"']["c0"] == '"kept"'
+    queen = by_id["8/P6"]
+    assert "pm" not in queen and queen["pv"].startswith(queen["bm"])
+    assert (queen["acd"], int(queen["ce"]) > 500, int(queen["acn"]) > 0) == ("7", True, True)
+    assert sum(line.startswith("8/P6k/8/8/8/8/8/K7 w - - bm") for line in lines) == 2
+    assert re.match(r"[RK]", by_id["r3k2"]["bm"]) and set(by_id["r3k2"]) >= {"acs", "c9"}
+
+    assert re.search(r"^solved 2 of 4 \(50\.0 %\), found in 0\.\d\d s on average", output, re.M)
+    assert re.search(r"^  no mate: Q\w\d# \(bm Qb6\)\n"
+                     r"  takes, and should not: Qxd5 \(bm d1d5 am Qxd5\)$", output, re.M)
+    assert re.search(r"^\[#{24}\] 7 of 7, ", output, re.M)
+
+    # Again: nothing is left to do. With a position more, only that one.
+    assert analyse(POSITIONS, "--depth", "7")[1] == lines
+    more = analyse(POSITIONS + "8/8/8/8/8/4k3/4p3/4K3 b - -\n", "--depth", "7")[1]
+    assert more[:-1] == lines and more[-1].startswith("8/8/8/8/8/4k3/4p3/4K3 b - - bm K")
+    assert "comes from another run" in analyse(POSITIONS, "--depth", "6", status=2)[0]
+
+
+def test_a_stopped_run_goes_on(analyse, tmp_path):
+    """Stopped by Ctrl-C, and with a last line that was only half written."""
+    long_position = "r1bqkb1r/pppp1ppp/2n2n2/4p3/4P3/2N2N2/PPPP1PPP/R1BQKB1R w KQkq -\n"
+    quick = POSITIONS.replace("bm Qb6; ", "")
+    (tmp_path / "in.epd").write_text(quick + long_position)
+    results = tmp_path / "in.epd.results"
+    options = ["--time", "2", "--engine", ENGINE, "-j", "1"]
+    running = subprocess.Popen([ANALYSE, "in.epd", *options], cwd=tmp_path,
+                               stderr=subprocess.PIPE, text=True, start_new_session=True)
+    deadline = time.monotonic() + PATIENCE
+    while not results.exists() or results.read_text().count("\n") < 3:
+        assert time.monotonic() < deadline and running.poll() is None
+        time.sleep(0.05)
+    os.killpg(running.pid, signal.SIGINT)
+    assert "the same command goes on" in running.communicate(timeout=PATIENCE)[1]
+    assert running.returncode == 130
+
+    before = results.read_text()
+    results.write_text(before + "k7/8/K7/8/8/8/8/6Q1 w - - bm Qb7#; ac")
+    _, lines = analyse(quick, "--time", "2", "-j", "2")
+    assert len(lines) == 8 and "\n".join(lines).startswith(before)
+
+
+def test_time_is_used_up(analyse):
+    """All the seconds go into the search, fractions too, and the answer is the last thought."""
+    middle = "r1bq1rk1/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQ1RK1 w - - 0 1\n"
+    line = operations(analyse(middle, "--time", "1.5")[1][-1])
+    assert line["acs"] in ("1", "2") and line["pv"].startswith(line["bm"])
+    assert int(line["acd"]) >= 6 and 0 <= float(line["c9"].split()[1].strip('"')) <= 2.5
+
+
+@pytest.mark.parametrize("line, complaint", [
+    ("not a position", "neither FEN nor EPD"),
+    ("8/8/8/8/8/8/8 w - -", "neither FEN nor EPD"),
+    ("8/8/8/8/8/8/8/8 w - -", "the board is none"),
+    ("k7/8/K7/8/8/8/8/7Q w - -", "not to move stands in check"),
+    ("8/8/8/8/8/k7/p7/K7 w - -", "has no move"),
+    ("k7/8/K7/8/8/8/8/6Q1 w - - bm Qh9;", "bm Qh9 is no legal move"),
+    ("k7/8/K7/8/8/8/8/6Q1 w - - bm Qg8 am;; id", "no operation"),
+    ('k7/8/K7/8/8/8/8/6Q1 w - - id "open;', "no operation"),
+])
+def test_bad_lines_are_named_before_anything_is_searched(analyse, line, complaint):
+    output, lines = analyse(POSITIONS + line + "\n", "--depth", "2", status=2)
+    number = POSITIONS.count("\n") + 1
+    assert lines == [] and re.search(rf"^in\.epd:{number}: .*{complaint}", output, re.M), output
+
+
+@pytest.mark.parametrize("options", ["", "--depth 0", "--depth 61", "--time -1", "--time x",
+                                     "--depth 3 --time 1", "--depth 3 -j 0",
+                                     "--depth 3 --engine ./none"])
+def test_bad_options(analyse, options):
+    output, lines = analyse(POSITIONS, *options.split(), status=2)
+    assert lines == [] and "analyse: " in output
+
+
+def test_a_dying_engine_leaves_its_positions_for_later(analyse, tmp_path):
+    for name, text in (("tarsimo-san", f'exec "{Path(ENGINE).with_name("tarsimo-san")}"\n'),
+                       ("dying", f'[ -e reborn ] && exec "{ENGINE}"\nexit 1\n')):
+        (tmp_path / name).write_text("#!/bin/sh\n" + text)
+        (tmp_path / name).chmod(0o755)
+    options = ("--depth", "3", "--engine", "./dying")
+    assert "7 positions were not searched" in analyse(POSITIONS, *options, status=1)[0]
+    (tmp_path / "reborn").touch()
+    assert len(analyse(POSITIONS, *options)[1]) == 8
+
+
+def test_other_machines(analyse, tmp_path):
+    (tmp_path / "ssh").write_text(SSH)
+    (tmp_path / "ssh").chmod(0o755)
+    other = tmp_path / "other"
+    other.mkdir()
+    _, lines = analyse(POSITIONS, "--depth", "3", "-j", "1", "--sshlogin", "1/elsewhere,1/:",
+                       PATH=f"{tmp_path}:{os.environ['PATH']}", OTHER_MACHINE=str(other))
+    assert len(lines) == 8
+    assert set((other / "logins").read_text().split()) == {"elsewhere"}
+    assert [p for p in other.rglob("*") if p.name in ("analyse", "tarsimo")] == []
+
+
+def test_the_suite_is_sound(analyse):
+    """Every position has an id of its own and one best move; a search of some plies finds most."""
+    text = SUITE.read_text()
+    ids = re.findall(r'id "([^"]+)"', text)
+    assert len(ids) == len(set(ids)) == text.count(" bm ") >= 30
+    output, _ = analyse(text, "--depth", "9")
+    solved, total = map(int, re.search(r"^solved (\d+) of (\d+) ", output, re.M).groups())
+    assert total == len(ids) and solved >= 0.7 * total, output
