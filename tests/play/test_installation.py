@@ -50,8 +50,8 @@ def test_one_version_everywhere():
 
 def test_installed_files_fit_together(tmp_path):
     build = Path(ENGINE).resolve().parent
-    subprocess.run(["cmake", "--install", build, "--prefix", tmp_path], check=True, timeout=PATIENCE,
-                   stdout=subprocess.DEVNULL)
+    subprocess.run(["cmake", "--install", build, "--prefix", tmp_path], check=True,
+                   timeout=PATIENCE, stdout=subprocess.DEVNULL)
     share = tmp_path / "share"
     names = {str(path.relative_to(tmp_path)) for path in tmp_path.rglob("*") if path.is_file()}
 
