@@ -1,0 +1,74 @@
+"""A long life: one very long game, and very many games in one process.
+
+$TARSIMO_ENDURANCE multiplies their length: 1 if not set, 10 for the full tests, which take
+minutes.
+"""
+import os
+import random
+from pathlib import Path
+
+LENGTH = int(os.environ.get("TARSIMO_ENDURANCE", "1"))
+
+KNIGHTS_DANCE = ["g1f3", "g8f6", "f3g1", "f6g8"]
+QUIET_POSITION = "r1bqk2r/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQK2R w KQkq -"
+ILLEGAL_POSITION = "tellusererror Illegal position"
+
+
+def memory_kib(gui):
+    """Address space and resident memory of an engine whose tables are fresh and unused."""
+    assert gui.ask("new") == []
+    status = Path(f"/proc/{gui.process.pid}/status").read_text()
+    return [int(status.split(field)[1].split()[0]) for field in ("VmSize:", "VmRSS:")]
+
+
+def test_very_long_game(gui):
+    """Knights out and home again, an answer now and then, and at last all the way back that the
+    engine remembers."""
+    rounds, cycles = 10, 50 * LENGTH
+    assert gui.ask("new", "force") == []
+    for _ in range(rounds):
+        assert gui.ask(*KNIGHTS_DANCE * cycles) == []
+        assert gui.think("sd 2", "go")[1][1] in "12"
+        assert gui.ask("force", "undo") == []
+    half_moves = rounds * cycles * len(KNIGHTS_DANCE)
+
+    # Behind the moves that it remembers a take-back is ignored, and at least 3,000 it remembers:
+    # after an odd number of them Black is to move.
+    remembered = min(half_moves - 1, 3001)
+    assert gui.ask(*["undo"] * remembered) == []
+    assert gui.ask("h2h3") == ["Error (unknown command): h2h3"]
+    assert gui.ask("undo", "h2h3") == (
+        [] if half_moves > remembered + 1 else ["Error (unknown command): h2h3"])
+    assert gui.ask(*["remove"] * half_moves) == []
+    assert gui.ask("new", "force", *KNIGHTS_DANCE, "e2e4") == []
+
+
+def test_many_games_in_constant_memory(gui):
+    """New games, set-ups, refused ones among them, and a few fast moves in each."""
+    dice = random.Random(20230214)
+
+    def play_games(count):
+        for _ in range(count):
+            kind = dice.randrange(4)
+            if kind == 0:
+                assert gui.ask("new") == []
+                moves = ["e2e4", "d2d4", "c2c4", "g1f3"]
+            elif kind == 1:
+                nonsense = "".join(dice.choices("kKqQpP/8 w-", k=dice.randrange(40)))
+                assert gui.ask("new", f"setboard {nonsense}!") in ([ILLEGAL_POSITION], [])
+                assert gui.ask("new", "setboard x") == [ILLEGAL_POSITION]
+                moves = ["e2e4", "d2d4", "c2c4", "g1f3"]
+            else:
+                assert gui.ask("new", f"setboard {QUIET_POSITION}") == []
+                moves = ["c1g5", "e1g1", "c3d5", "a2a3"]
+            gui.think("sd 3", dice.choice(moves))
+            for _ in range(dice.randrange(4)):
+                gui.think("go")
+            assert gui.ask("force", "remove", "undo", "result *") == []
+
+    play_games(20)
+    before = memory_kib(gui)
+    play_games(100 * LENGTH)
+    after = memory_kib(gui)
+    print(f"KiB before {before} and after {after}")
+    assert all(now <= then + 256 for then, now in zip(before, after))
