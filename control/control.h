@@ -177,11 +177,11 @@ bool parse_user_move(std::string& text);
 
 /// Budget in milliseconds for the next move from the clocks. May set `moves_left`.
 ///   own_ms, opponent_ms   time left
-///   level_moves           moves to the end of the current control since the start of the
+///   moves_to_control      moves to the end of the current control since the start of the
 ///                         game, 0 for none; raised when the control has been reached
-///   control_moves         moves of one control as the level command gave them
+///   moves_a_control       moves of one control as the level command gave them
 ///   increment_ms          increment a move
-int allocate_time(int own_ms, int opponent_ms, int& level_moves, int control_moves,
+int allocate_time(int own_ms, int opponent_ms, int& moves_to_control, int moves_a_control,
                   int increment_ms);
 
 /// The longest that a move may take with so much time left, in milliseconds: less than the clock

@@ -58,6 +58,7 @@ void close_pipe(int& fd) {
         setenv("PATH",
                (std::string(path == nullptr ? "/usr/bin:/bin" : path) + GAMES_FOLDER).c_str(), 1);
         std::vector<char*> arguments;
+        arguments.reserve(words.size() + 1);
         for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
         arguments.push_back(nullptr);
         execvp(arguments[0], arguments.data());

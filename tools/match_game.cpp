@@ -60,7 +60,7 @@ void record_move(GameRecord& record, const LegalMove& move, const std::string& c
 }
 
 std::string thought_comment(const Thought& thought, Micros used) {
-    const std::string seconds = number_text("%.2fs", static_cast<double>(used) / SECOND);
+    std::string seconds = number_text("%.2fs", static_cast<double>(used) / SECOND);
     if (!thought.seen) return seconds;
     return number_text("%+.2f", thought.score / 100.0) + "/" + std::to_string(thought.depth) + " " +
            seconds;

@@ -116,6 +116,7 @@ Game play_out(int milliseconds) {
     moves_left = NO_OVERTIME;
     while (game.moves < FIFTY_MOVES) {
         ++game.moves;
+        // NOLINTNEXTLINE(misc-redundant-expression): a move of either side
         if (!play_move(game) || !play_move(game)) return game;
         if (white_pieces < pieces) {
             game.result = "piece lost";

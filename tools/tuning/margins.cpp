@@ -61,7 +61,7 @@ int main(int argc, char** argv) {
     while (std::getline(in, line)) {
         const auto position = parse_position(line);
         if (!position) continue;
-        set_position_fen(position->fen.c_str());
+        set_position_fen(position->fen);
         const int score = evaluate(-MATE_BOUND, MATE_BOUND);
         const int balance = side * (white_material - black_material);
         Class& part = white_pieces + black_pieces == 0 ? pawns

@@ -198,7 +198,7 @@ Values tune_with_log(const Samples& samples, const Split& split, const Values& s
                 error_of(split.training, start), error_of(split.held_out, start));
     std::printf("error, tuned       training %.6f, held out %.6f\n",
                 error_of(split.training, values), error_of(split.held_out, values));
-    const Values whole = rounded(values);
+    Values whole = rounded(values);
     std::printf("error, integers    training %.6f, held out %.6f\n",
                 error_of(split.training, whole), error_of(split.held_out, whole));
     return whole;
