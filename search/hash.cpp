@@ -40,11 +40,10 @@ constexpr std::size_t BYTES_AT_ONCE = 2 * LARGE_PAGE;
 constexpr int NULL_DEPTH_MARGIN = 8;
 
 void* mapping = nullptr;         // what the system gave, up to a large page before the tables
-bool memory_in_use = false;      // a search has had the tables since they were allocated
-std::size_t bytes_provided = 0;  // from their beginning, by provide_memory()
+std::size_t bytes_provided = 0;  // of the tables from their beginning, by provide_memory()
 
 // Zero pages from the system, or null. With `where`, they replace the pages there: the fastest
-// way to clear tables that have not been used.
+// way to clear tables that have been used little.
 void* map_zero_pages(void* where) {
     const int flags = MAP_PRIVATE | MAP_ANONYMOUS | (where != nullptr ? MAP_FIXED : 0);
     void* pages = mmap(where, MAPPED_BYTES, PROT_READ | PROT_WRITE, flags, -1, 0);
@@ -83,10 +82,10 @@ void allocate_hash_tables() {
     }
     mapping = map_zero_pages(nullptr);
     if (mapping == nullptr) fail_without_memory();
-    const std::uintptr_t address = to_whole_pages(reinterpret_cast<std::uintptr_t>(mapping));
-    tt_table = reinterpret_cast<TTEntry*>(address);
-    eval_cache = reinterpret_cast<EvalCacheEntry*>(address + CACHE_OFFSET);
-    memory_in_use = false;
+    const auto address = reinterpret_cast<std::uintptr_t>(mapping);
+    char* const begin = static_cast<char*>(mapping) + (to_whole_pages(address) - address);
+    tt_table = reinterpret_cast<TTEntry*>(begin);
+    eval_cache = reinterpret_cast<EvalCacheEntry*>(begin + CACHE_OFFSET);
     bytes_provided = 0;
     tt_generation = 0;
 }
@@ -98,18 +97,18 @@ void free_hash_tables() {
     eval_cache = nullptr;
 }
 
-// After a search, which touches nearly every page, writing zeros takes a fifth of the time of new
-// pages and their faults.
+// Writing zeros takes a fifth of the time of new pages and their faults.
 void clear_hash_tables() {
-    if (memory_in_use) std::memset(first_byte(), 0, TABLE_BYTES);
-    else if (map_zero_pages(mapping) == nullptr) fail_without_memory();
+    if (bytes_provided == TABLE_BYTES) {
+        std::memset(first_byte(), 0, TABLE_BYTES);
+    } else {
+        if (map_zero_pages(mapping) == nullptr) fail_without_memory();
+        bytes_provided = 0;
+    }
     tt_generation = 0;
 }
 
-void begin_generation() {
-    ++tt_generation;
-    memory_in_use = true;
-}
+void begin_generation() { ++tt_generation; }
 
 // In small pages every probe of a table this size misses the address cache. Large ones are advice
 // only, and pages left to the search stay small: a fault then costs little.
