@@ -1,4 +1,4 @@
-"""Rough surroundings: descriptors closed or full, memory short, the terminal's stop key, a busy GUI."""
+"""Rough surroundings: descriptors closed or full, short memory, the stop key, a busy GUI."""
 import resource
 import subprocess
 import threading
