@@ -15,7 +15,7 @@ ILLEGAL_POSITION = "tellusererror Illegal position"
 
 
 def memory_kib(gui):
-    """Address space and resident memory of an engine whose tables are fresh and unused."""
+    """Address space and resident memory of an engine at the beginning of a game."""
     assert gui.ask("new") == []
     status = Path(f"/proc/{gui.process.pid}/status").read_text()
     return [int(status.split(field)[1].split()[0]) for field in ("VmSize:", "VmRSS:")]
