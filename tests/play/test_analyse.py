@@ -25,7 +25,8 @@ k7/8/K7/8/8/8/8/6Q1 w - - bm Qb6; id "no mate";
 r3k2r/8/8/8/8/8/8/R3K2R b KQkq -
 """
 
-# A login program that stays at home, in a folder that stands for the other machine's.
+# A login program that stays at home, in a folder that stands for the other machine's. What it
+# runs sees the variables of a login there and none of this machine's.
 SSH = """\
 #!/bin/sh
 while :; do
@@ -38,8 +39,8 @@ done
 echo "$1" >> "$OTHER_MACHINE/logins"
 shift
 [ "$1" != -- ] || shift
-export HOME="$OTHER_MACHINE" ELSEWHERE=yes
-cd "$HOME" && exec sh -c "$*"
+cd "$OTHER_MACHINE" && exec env -i HOME="$OTHER_MACHINE" PATH=/usr/bin:/bin SHELL=/bin/sh \
+    OTHER_MACHINE="$OTHER_MACHINE" ELSEWHERE=yes sh -c "$*"
 """
 
 # An engine that does not start on the other machine from a file of this one.
