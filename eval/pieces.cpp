@@ -116,10 +116,10 @@ template <int Us> ScorePair rook_place(int sq, int mobility) {
 }
 
 template <int Us> ScorePair queen_place(int sq) {
-    constexpr int FULL_DEVELOPMENT = 5;
+    constexpr int QUEEN_DEVELOPMENT = 5;  // steps before the queen may leave
     ScorePair score = weigh<Us>(QUEEN_NEAR_KING, distance_between(king_square<-Us>(), sq));
-    if (own_development<Us>() < FULL_DEVELOPMENT && sq != own_square<Us>(D1)) {
-        score += weigh<Us>(QUEEN_EARLY, FULL_DEVELOPMENT - own_development<Us>());
+    if (own_development<Us>() < QUEEN_DEVELOPMENT && sq != own_square<Us>(D1)) {
+        score += weigh<Us>(QUEEN_EARLY, QUEEN_DEVELOPMENT - own_development<Us>());
     }
     return score;
 }
