@@ -443,11 +443,12 @@ void unmake_move();
 void take_back_move();
 
 /// Pass the move to the other side: a record without a move, no en-passant square.
-/// `search_ply` stays as it is.
-void make_null_move();
+/// `search_ply` stays as it is. Returns the en-passant square that there was, which the record
+/// does not keep.
+int make_null_move();
 
-/// Take back a null move.
-void unmake_null_move();
+/// Take back a null move, with what make_null_move() returned.
+void unmake_null_move(int ep_square_before);
 
 // ---------------------------------------------------------------------------
 // Keys

@@ -8,6 +8,7 @@
 
 #include "board/board.h"
 #include "eval/square_set.h"
+#include "eval/square_tables.h"
 #include "eval/weights.h"
 
 namespace tarsimo {
@@ -41,7 +42,7 @@ static_assert(sizeof(EvalCacheEntry) == 16);
 extern EvalCacheEntry* eval_cache;
 
 // ---------------------------------------------------------------------------
-// What the frame works out for the terms; set anew by every evaluate()
+// What the frame computes for the terms. Every evaluate() resets all of it before any exit.
 // ---------------------------------------------------------------------------
 
 extern bool endgame_flag;         ///< neither side has more than 1700 of piece material
@@ -62,8 +63,7 @@ extern PieceList white_list, black_list;
 /// pawns, 1 on a file without black ones. The border files 0 and 9 count as empty.
 extern std::array<int, 10> white_rear_pawn, black_rear_pawn;
 
-/// What the terms know of one colour; set anew by eval_setup() and filled as the pieces are
-/// walked.
+/// What the terms know of one colour: set by eval_setup() and filled as the pieces are walked.
 struct EvalSide {
     /// Squares attacked, by piece type. Index 0: by any, set when all pieces are walked.
     std::array<SquareSet, 7> attacks;
@@ -80,7 +80,7 @@ struct EvalSide {
     SquareSet king_zone;  ///< squares around the enemy king that no enemy pawn guards
 
     int king_attack_count;       ///< attacks on the enemy king's surroundings
-    std::array<int, 2> bishops;  ///< own bishops by square_colour()
+    std::array<int, 2> bishops;  ///< own bishops by square_colour
     std::array<int, 6> count;    ///< own pieces by type, knights to queens
     int king_attackers;          ///< own pieces that attack the king zone
 };
@@ -95,8 +95,12 @@ template <int Us> inline EvalSide& eval_side() {
 /// Key of the pawns and kings alone, from the position's keys; set by eval_setup().
 extern std::uint64_t pawn_key;
 
-/// Fill the piece lists, the rearmost pawns, `pawn_key`, and the part of EvalSide that pawns
-/// and kings decide: their attacks, the safe squares and the king zones.
+/// Set all outputs to those of an empty board, the two piece_material values to the position's.
+void reset_eval_outputs();
+
+/// To be called after reset_eval_outputs(). Fill the piece lists, the rearmost pawns, `pawn_key`,
+/// and the part of EvalSide that pawns and kings decide: their attacks, the safe squares and the
+/// king zones.
 void eval_setup();
 
 /// All men on the board; set by eval_setup().
@@ -149,24 +153,12 @@ template <int Us> inline int enemy_rear_pawn(int file) {
     else return 9 - white_rear_pawn[at(file)];
 }
 
-/// 1 on dark squares (a1 among them), 0 on light ones.
-constexpr int square_colour(int sq) { return (sq / 10 + sq % 10 + 1) % 2 == 0 ? 1 : 0; }
+/// 1 on dark squares (a1 among them), 0 on light ones and on the border.
+inline constexpr auto square_colour = detail::fill_squares(
+    [](int sq) { return on_board(sq) && (sq / 10 + sq % 10) % 2 != 0 ? 1 : 0; });
 
-// ---------------------------------------------------------------------------
-// Square tables
-// ---------------------------------------------------------------------------
-
-/// Values in centipawns by square, for one class of the evaluation and one colour.
-struct SquareTables {
-    std::array<std::array<int, BOARD_SIZE>, 7> by_type;  ///< index: piece type
-};
-
-/// One independent copy for each class of the evaluation and each colour.
-extern SquareTables white_middlegame_tables, black_middlegame_tables;
-extern SquareTables white_endgame_tables, black_endgame_tables;
-
-/// Build the four table sets. Run at start-up.
-void init_square_tables();
+/// square_colour of a playing square.
+constexpr int colour_of(int sq) { return square_colour[at(sq)]; }
 
 // ---------------------------------------------------------------------------
 // Terms

@@ -22,8 +22,8 @@ int white_development = 0;
 int black_development = 0;
 PieceList white_list{};
 PieceList black_list{};
-std::array<int, 10> white_rear_pawn = {8, 8, 8, 8, 8, 8, 8, 8, 8, 8};
-std::array<int, 10> black_rear_pawn = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+std::array<int, 10> white_rear_pawn{};
+std::array<int, 10> black_rear_pawn{};
 EvalSide white_eval{};
 EvalSide black_eval{};
 std::uint64_t pawn_key = 0;
@@ -59,6 +59,10 @@ constexpr int SHELTER_MIN_PAWNS = 3;  // more of either colour make shelter matt
 constexpr std::array<int, 12> king_attack_table = {0,  8,   13,  21,  34,  56,
                                                    90, 146, 200, 250, 300, 350};
 
+// Rearmost pawn of a file that has none.
+constexpr int NO_WHITE_PAWN = 8;
+constexpr int NO_BLACK_PAWN = 1;
+
 constexpr int PAWN_ENDING_FULL_LEAD = 250;  // of the terms; a third of what is beyond counts
 
 // Totals of the positional terms by colour.
@@ -74,16 +78,6 @@ void reset_trace() {
         eval_trace.divisor = 1;
         eval_trace.damping = FULL_DAMPING;
     }
-}
-
-void reset_outputs() {
-    white_piece_material = white_material - piece_value[PAWN] * white_pawns;
-    black_piece_material = black_material - piece_value[PAWN] * black_pawns;
-    endgame_flag = false;
-    white_development = 0;
-    black_development = 0;
-    white_eval.king_attack_count = 0;
-    black_eval.king_attack_count = 0;
 }
 
 // Queen with one minor piece still attacks too well for the endgame terms; deliberate.
@@ -231,7 +225,10 @@ void trade_down(Totals& totals) {
 // Of a lead that the material makes hard to win, the side ahead gives up a part.
 void cut_drawish_lead(Totals& totals) {
     const int lead = white_material - black_material + totals.white_pos - totals.black_pos;
-    const int scale = lead > 0 ? drawish_scale<WHITE>() : drawish_scale<BLACK>();
+    // A score that is cut to a quarter in the end is not cut here too.
+    const int scale = is_drawish_pawnless_ending() ? FULL_SCALE
+                      : lead > 0                   ? drawish_scale<WHITE>()
+                                                   : drawish_scale<BLACK>();
     note(&EvalTrace::scale, scale);
     if (scale == FULL_SCALE) return;
     const int cut = std::abs(lead) * (FULL_SCALE - scale) / FULL_SCALE;
@@ -287,8 +284,8 @@ void find_rear_pawns() {
     for (int file = 1; file <= 8; ++file) {
         const SquareSet white = white_eval.pawns & FILE_A << (file - 1);
         const SquareSet black = black_eval.pawns & FILE_A << (file - 1);
-        white_rear_pawn[at(file)] = white == 0 ? 8 : std::countr_zero(white) / 8 + 1;
-        black_rear_pawn[at(file)] = black == 0 ? 1 : 8 - std::countl_zero(black) / 8;
+        if (white != 0) white_rear_pawn[at(file)] = std::countr_zero(white) / 8 + 1;
+        if (black != 0) black_rear_pawn[at(file)] = 8 - std::countl_zero(black) / 8;
     }
 }
 
@@ -322,11 +319,23 @@ int full_score() {
 
 }  // namespace
 
-void eval_setup() {
+// An exit that looks at no term must not leave behind what belongs to an earlier position.
+void reset_eval_outputs() {
+    white_piece_material = white_material - piece_value[PAWN] * white_pawns;
+    black_piece_material = black_material - piece_value[PAWN] * black_pawns;
+    endgame_flag = false;
+    white_development = 0;
+    black_development = 0;
     white_list.size = 0;
     black_list.size = 0;
+    white_rear_pawn.fill(NO_WHITE_PAWN);
+    black_rear_pawn.fill(NO_BLACK_PAWN);
     white_eval = {};
     black_eval = {};
+    pawn_key = 0;
+}
+
+void eval_setup() {
     pawn_key = piece_key(KING, white_king_sq) ^ piece_key(-KING, black_king_sq);
 
     for (SquareSet rest = find_men(); rest != 0; rest &= rest - 1) {
@@ -345,7 +354,7 @@ void eval_setup() {
 }
 
 int evaluate(int alpha, int beta) {
-    reset_outputs();
+    reset_eval_outputs();
     reset_trace();
 
     // Class of the position, and the draws that need no search.

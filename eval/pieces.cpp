@@ -83,7 +83,7 @@ template <int Us> bool rules_long_diagonal(int sq) {
 
 template <int Us> ScorePair bishop_place(int sq) {
     EvalSide& us = eval_side<Us>();
-    const auto colour = at(square_colour(sq));
+    const auto colour = at(colour_of(sq));
     ScorePair score = minor_place<Us>(sq, BISHOP, BISHOP_OUTPOST);
     if (us.bishops[colour]++ == 0 && us.bishops[1 - colour] != 0) score += weigh<Us>(BISHOP_PAIR);
     const SquareSet same_colour = colour == 1 ? DARK_SQUARES : ~DARK_SQUARES;

@@ -39,8 +39,7 @@ void check_move(int index, bool was_in_check, bool enemy_king_safe, const Snapsh
         demand(king_left_safe(move, was_in_check) == safe, "an opened line tells of danger");
         demand(!safe || move_gives_check(move) == in_check(), "an opened line tells of check");
     }
-    make_null_move();
-    unmake_null_move();
+    unmake_null_move(make_null_move());
     unmake_move();
     demand(snapshot() == before, "a move taken back leaves nothing");
 }
@@ -72,6 +71,7 @@ void check_evaluation() {
     demand(evaluate(-MATE_BOUND, MATE_BOUND) == score, "the cache gives the same score");
     eval_cache[hash_key % eval_cache_size] = {};
     demand(evaluate(-MATE_BOUND, MATE_BOUND) == score, "the caches below give the same score");
+    reset_eval_outputs();
     eval_setup();
     demand(pawn_key == recounted_pawn_key(), "the pawn key is that of pawns and kings");
 }

@@ -157,10 +157,10 @@ bool null_move_applies(const Node& node) {
 bool null_move_cuts(Node& node, int& score) {
     ++statistics.null_tries;
     const int reduced_depth = node.depth - ONE_PLY * null_reduction(node);
-    make_null_move();
+    const int ep_square_before = make_null_move();
     fetch_ahead(reduced_depth);
     const int reply = search(-node.beta, -node.alpha, reduced_depth, false, false);
-    unmake_null_move();
+    unmake_null_move(ep_square_before);
     if (search_aborted) return false;
 
     score = -reply;

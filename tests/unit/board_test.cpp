@@ -22,7 +22,7 @@ void check_moves_of_position() {
         unmake_move();
         ASSERT_TRUE(snapshot() == before) << name_of(move_at(i));
     }
-    make_null_move();
+    const int ep_square_before = make_null_move();
     ASSERT_TRUE(snapshot() == recounted());
     ASSERT_EQ(side, -before.side);
     ASSERT_EQ(ep_square, 0);
@@ -30,8 +30,9 @@ void check_moves_of_position() {
     ASSERT_EQ(fifty, before.fifty + 1);
     const HistoryEntry& record = history_entry(game_ply - 1);
     ASSERT_EQ(record.key, before.hash_key);
-    ASSERT_EQ(record.from + record.to + record.captured + record.promotion + record.castle, 0);
-    unmake_null_move();
+    ASSERT_EQ(record.from + record.to + record.ep_capture + record.ep_square, 0);
+    ASSERT_EQ(record.captured + record.promotion + record.castle, 0);
+    unmake_null_move(ep_square_before);
     ASSERT_TRUE(snapshot() == before);
 }
 

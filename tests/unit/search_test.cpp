@@ -96,9 +96,9 @@ TEST_F(Search, TableSpeaksAgainstRules) {
 TEST_F(Search, NullMoveScores) {
     const auto result = [](int opponent_score, int depth, bool allow_null = true) {
         set_up(START_FEN);
-        make_null_move();
+        const int ep_square_before = make_null_move();
         tt_store(BOUND_EXACT, 20, opponent_score, 0, 0);
-        unmake_null_move();
+        unmake_null_move(ep_square_before);
         return searched(-1, 0, depth, allow_null);
     };
     EXPECT_EQ(result(-500, 10), 500);
