@@ -1,12 +1,14 @@
 // Set-up from Forsyth-Edwards Notation. Nothing read from the text can write outside the 64
 // squares: what does not fit is dropped.
-#include "control/control.h"
+#include "control/fen.h"
 
 #include "board/board.h"
-#include "search/search.h"
+#include "control/engine.h"
+#include "control/notation.h"
+#include "control/output.h"
+#include "search/hash_memory.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string_view>
 
 namespace tarsimo {
@@ -132,7 +134,7 @@ bool kings_are_legal() {
 }
 
 void refuse_position() {
-    std::puts("tellusererror Illegal position");
+    print_line("tellusererror Illegal position");
     flush_output();
     init_engine();
 }

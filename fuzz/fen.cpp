@@ -1,8 +1,13 @@
 // Fuzz target: a text is set up as a position, and everything that a game does with one is done:
 // every move made and taken back, judged, exchanged, and searched. Then a normal position must be
 // as if nothing had been.
+#include "control/fen.h"
+
 #include "board/board.h"
-#include "control/control.h"
+#include "control/cecp.h"
+#include "control/clock.h"
+#include "control/engine.h"
+#include "control/system.h"
 #include "eval/eval.h"
 #include "search/search.h"
 #include "session.h"
@@ -90,6 +95,7 @@ void check_searches() {
 
 void serve() {
     xboard_mode = true;
+    voice = &cecp_voice;
     set_position_fen(std::string(text));
     check_moves();
     check_evaluation();

@@ -1,5 +1,7 @@
 // Move ordering memory: three killers a ply and the history table (Schaeffer, "The history
 // heuristic", 1983). The lists read both when a move is added; the searches write them here.
+#include "search/ordering.h"
+
 #include "search/search.h"
 
 #include <algorithm>
@@ -8,6 +10,7 @@ namespace tarsimo {
 
 int history_max = 0;
 int current_move_score = 0;
+std::array<int, PLY_SLOTS> eval_stack{};
 
 namespace {
 
@@ -89,17 +92,6 @@ bool is_exempt_pawn_move(int type, int colour, int to) {
     const int enemy_pawn = -colour * PAWN;
     return piece_on(to + colour * 9) != enemy_pawn && piece_on(to + colour * 10) != enemy_pawn &&
            piece_on(to + colour * 11) != enemy_pawn;
-}
-
-void reset_search() {
-    clear_hash_tables();
-    clear_ordering();
-    hash_move = {};
-    for (Move& move : move_stack) move.score = 0;
-    clear_statistics();
-    search_aborted = false;
-    current_move_score = 0;
-    search_ply = 0;
 }
 
 }  // namespace tarsimo

@@ -1,5 +1,7 @@
 // Quiescence search: stand pat, then captures and queen promotions. It has no table and no
 // check handling.
+#include "search/digest.h"
+#include "search/ordering.h"
 #include "search/search.h"
 
 #include <algorithm>
@@ -25,7 +27,7 @@ bool is_losing_capture(const Move& move) {
 }  // namespace
 
 int quiesce(int alpha, int beta, int qply) {
-    note_node('Q', alpha, beta, qply, false, false);
+    record_node('Q', alpha, beta, qply, false, false);
     ++nodes;
     if (qply >= 0 && is_repetition()) return 0;
     if (!may_generate()) return static_score(alpha, beta);
@@ -52,7 +54,7 @@ int quiesce(int alpha, int beta, int qply) {
             if (is_losing_capture(move)) continue;
         }
         make_move(index);
-        fetch_ahead(0);
+        prefetch_slots(0);
         if (!king_left_safe()) {
             unmake_move();
             continue;

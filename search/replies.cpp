@@ -1,9 +1,11 @@
 // The replies to a root move as one node of simple rules: no draw or mate-distance test, no
 // static evaluation, no pruning; check extensions, late-move reductions and
 // principal-variation re-searches only.
+#include "search/digest.h"
+#include "search/ordering.h"
 #include "search/search.h"
-
-#include <algorithm>
+#include "search/statistics.h"
+#include "search/table.h"
 
 namespace tarsimo {
 
@@ -27,9 +29,8 @@ template <Reduction Rule> bool is_reduced(const Move& move, int type, int n, boo
     return !is_exempt_pawn_move(type, -side, move.to);
 }
 
-template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
-    note_node('R', NO_SCORE, beta, depth, false, false);
-    best = NO_SCORE;
+template <Reduction Rule> RootReplies reply_node(int beta, int depth) {
+    record_node('R', NO_SCORE, beta, depth, false, false);
     clear_pv_line();
     const bool node_in_check = in_check();
 
@@ -40,6 +41,7 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
     generate_moves();
 
     int alpha = NO_SCORE;
+    int best = NO_SCORE;
     int best_from = 0;
     int best_to = 0;
     int bound = BOUND_UPPER;
@@ -50,7 +52,7 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
         const Move& move = move_at(index);
         const int type = type_on(move.from);
         make_move(index);
-        fetch_ahead(depth - ONE_PLY);
+        prefetch_slots(depth - ONE_PLY);
         if (!king_left_safe(move, node_in_check)) {
             unmake_move();
             continue;
@@ -75,7 +77,9 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
             }
         }
         unmake_move();
-        if (search_aborted) return beta;
+        if (search_aborted) {
+            return {beta, best == NO_SCORE ? std::nullopt : std::optional<int>(best)};
+        }
 
         if (score <= best) continue;
         best = score;
@@ -87,30 +91,26 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
         if (score >= beta) {
             update_killers(move, score);
             tt_store(BOUND_LOWER, depth, score, move.from, move.to);
-            return score;
+            return {score, score};
         }
         update_pv(index);
         bound = BOUND_EXACT;
         alpha = score;
     }
 
-    if (n == 0) {
-        best = node_in_check ? search_ply - MATED_SCORE : 0;
-        return best;
-    }
-    tt_store(bound, depth, best, best_from, best_to);
-    return best;
+    if (n == 0) best = node_in_check ? search_ply - MATED_SCORE : 0;
+    else tt_store(bound, depth, best, best_from, best_to);
+    return {best, best};
 }
 
 }  // namespace
 
 int search_replies(int beta, int depth) {
-    int best = NO_SCORE;
-    return reply_node<Reduction::REPLIES>(beta, depth, best);
+    return reply_node<Reduction::REPLIES>(beta, depth).score;
 }
 
-int search_root_replies(int beta, int depth, int& best_reply) {
-    return reply_node<Reduction::ROOT>(beta, depth, best_reply);
+RootReplies search_root_replies(int beta, int depth) {
+    return reply_node<Reduction::ROOT>(beta, depth);
 }
 
 }  // namespace tarsimo

@@ -6,6 +6,11 @@
 #include "search/search.h"
 
 #include "eval/eval.h"
+#include "search/digest.h"
+#include "search/hash_memory.h"
+#include "search/ordering.h"
+#include "search/statistics.h"
+#include "search/table.h"
 
 #include <algorithm>
 
@@ -13,7 +18,7 @@ namespace tarsimo {
 
 std::uint64_t nodes = 0;
 bool search_aborted = false;
-std::array<int, PLY_SLOTS> eval_stack{};
+bool stop_requested = false;
 
 namespace {
 
@@ -112,6 +117,9 @@ constexpr auto make_lmr_table() {
     return table;
 }
 
+// Reductions in plies. Row: half the depth; column: number of the move among the legal ones.
+constexpr auto lmr_table = make_lmr_table();
+
 // What a node knows when it comes to its static rules.
 struct Node {
     int alpha = 0;
@@ -158,7 +166,7 @@ bool null_move_cuts(Node& node, int& score) {
     ++statistics.null_tries;
     const int reduced_depth = node.depth - ONE_PLY * null_reduction(node);
     const int ep_square_before = make_null_move();
-    fetch_ahead(reduced_depth);
+    prefetch_slots(reduced_depth);
     const int reply = search(-node.beta, -node.alpha, reduced_depth, false, false);
     unmake_null_move(ep_square_before);
     if (search_aborted) return false;
@@ -183,7 +191,7 @@ bool probcut_cuts(const Node& node, int raised_beta, int& score) {
     for (int index = pick_move(); index >= 0 && tried < PROBCUT_MOVES; index = pick_move()) {
         const Move& move = move_at(index);
         make_move(index);
-        fetch_ahead(0);
+        prefetch_slots(0);
         if (!king_left_safe(move, false)) {
             unmake_move();
             continue;
@@ -276,10 +284,13 @@ bool is_reduced(const Node& node, const Move& move, int type, int n, bool gives_
 
 }  // namespace
 
-const std::array<std::array<std::int8_t, 64>, 32> lmr_table = make_lmr_table();
-
 int late_move_reduction(int depth, int move_number) {
     return lmr_table[at(std::min(depth / 2, 31))][at(std::min(move_number, 63))];
+}
+
+void prefetch_slots(int depth) {
+    __builtin_prefetch(&eval_cache[hash_key % eval_cache_size]);
+    if (depth >= ONE_PLY) __builtin_prefetch(&tt_table[hash_key % tt_size]);
 }
 
 int static_score(int alpha, int beta) {
@@ -295,7 +306,7 @@ int search_late_move(int alpha, int beta, int new_depth, bool gives_check) {
 }
 
 int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) {
-    note_node('S', alpha, beta, depth, allow_null, node_in_check);
+    record_node('S', alpha, beta, depth, allow_null, node_in_check);
 
     // Horizon and maximum ply.
     clear_pv_line();
@@ -422,7 +433,7 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         const Move& move = move_at(index);
         const int type = type_on(move.from);
         make_move(index);
-        fetch_ahead(depth - ONE_PLY);
+        prefetch_slots(depth - ONE_PLY);
         if (!king_left_safe(move, node_in_check)) {
             unmake_move();
             continue;
@@ -488,6 +499,17 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
     if (n == 0) return node_in_check ? search_ply - MATED_SCORE : 0;
     tt_store(bound, depth, best, best_from, best_to);
     return best;
+}
+
+void reset_search() {
+    clear_hash_tables();
+    clear_ordering();
+    hash_move = {};
+    for (Move& move : move_stack) move.score = 0;
+    clear_statistics();
+    search_aborted = false;
+    current_move_score = 0;
+    search_ply = 0;
 }
 
 }  // namespace tarsimo

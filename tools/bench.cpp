@@ -5,8 +5,14 @@
 //   tarsimo-bench           all positions at full depth, about 10 s
 //   tarsimo-bench PLIES     no deeper than PLIES: a quick signature
 #include "board/board.h"
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/suite.h"
+#include "control/text.h"
+#include "control/think.h"
+#include "search/hash_memory.h"
 #include "search/search.h"
+#include "search/table.h"
 
 #include <algorithm>
 #include <array>
@@ -63,7 +69,7 @@ class Bench {
         set_position_fen(position.fen);
         reset_search();
         begin_generation();
-        while (provide_memory()) {}
+        while (prefault_hash_tables()) {}
         const auto start = std::chrono::steady_clock::now();
         int score = 0;
         for (int plies = 1; plies <= std::min(position.plies, deepest_); ++plies) {

@@ -4,7 +4,8 @@
 // over whole positions; counters come from the FEN.
 #include "tools/match.h"
 
-#include "control/control.h"
+#include "control/fen.h"
+#include "control/notation.h"
 #include "tools/legal_moves.h"
 
 #include <algorithm>

@@ -1,8 +1,12 @@
 // tarsimo-micro: the engine's hot functions one by one, over the positions of the built-in suite
 // (Google Benchmark). An iteration is one pass over all positions; items are calls.
 #include "board/board.h"
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/suite.h"
+#include "control/think.h"
 #include "eval/eval.h"
+#include "search/ordering.h"
 #include "search/search.h"
 
 #include <benchmark/benchmark.h>

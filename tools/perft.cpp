@@ -4,7 +4,10 @@
 //   tarsimo-perft FILE [DEPTH]   a suite: lines "FEN ;D1 20 ;D2 400 ..."; each count up to
 //                                DEPTH (default: all) is compared; exit status 1 on a mismatch
 #include "board/board.h"
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/notation.h"
+#include "control/text.h"
 #include "tools/legal_moves.h"
 
 #include <chrono>

@@ -5,7 +5,8 @@
 // One row a term, in centipawns: what it is worth to each colour, its middlegame and endgame
 // sums for white before they are mixed, and what it adds to white's lead. The lines below the
 // table follow the lead to the evaluation itself.
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/fen.h"
 #include "eval/eval.h"
 #include "eval/weights.h"
 #include "search/search.h"

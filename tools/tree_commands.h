@@ -11,9 +11,14 @@
 #define TARSIMO_TOOLS_TREE_COMMANDS_H
 
 #include "board/board.h"
-#include "control/control.h"
+#include "control/fen.h"
+#include "control/notation.h"
+#include "control/text.h"
 #include "eval/eval.h"
+#include "search/digest.h"
+#include "search/ordering.h"
 #include "search/search.h"
+#include "search/statistics.h"
 
 #include <array>
 #include <cinttypes>

@@ -1,6 +1,6 @@
 #include "tools/tuning/extract.h"
 
-#include "control/control.h"
+#include "control/fen.h"
 #include "eval/eval.h"
 #include "search/search.h"
 #include "tools/legal_moves.h"

@@ -3,7 +3,8 @@
 // the balance than the margin. Told by class of position.
 //
 //   tarsimo-margins POSITIONS
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/fen.h"
 #include "eval/eval.h"
 #include "search/search.h"
 #include "tools/tuning/options.h"

@@ -1,8 +1,10 @@
 #include "tools/tuning/player.h"
 
-#include "control/control.h"
 #include "eval/eval.h"
+#include "search/hash_memory.h"
+#include "search/ordering.h"
 #include "search/search.h"
+#include "search/table.h"
 #include "tools/legal_moves.h"
 
 #include <algorithm>
@@ -64,7 +66,7 @@ int score_root_move(int index, int number, int alpha, int plies) {
 // by its moves, as the think driver does: a repeated position must still yield a move.
 int search_position(std::vector<int>& legal, std::uint64_t node_limit) {
     begin_generation();
-    while (provide_memory()) {}
+    while (prefault_hash_tables()) {}
     clear_ordering();
     nodes = 0;
     int best = 0;

@@ -1,6 +1,6 @@
 #include "tools/tuning/records.h"
 
-#include "control/control.h"
+#include "control/notation.h"
 
 #include <charconv>
 #include <string_view>
