@@ -2,7 +2,8 @@
 // move.
 #include "control/cecp.h"
 
-#include "board/board.h"
+#include "board/make.h"
+#include "board/position.h"
 #include "control/clock.h"
 #include "control/engine.h"
 #include "control/fen.h"

@@ -1,7 +1,9 @@
 // What CECP has an engine say of a think: thinking lines, results and the move.
 #include "control/cecp.h"
 
-#include "board/board.h"
+#include "board/attacks.h"
+#include "board/make.h"
+#include "board/move_list.h"
 #include "control/clock.h"
 #include "control/display.h"
 #include "control/engine.h"

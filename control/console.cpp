@@ -1,7 +1,8 @@
 // The console loop: a person types commands and moves in either case, one a line.
 #include "control/console.h"
 
-#include "board/board.h"
+#include "board/make.h"
+#include "board/position.h"
 #include "control/cecp.h"
 #include "control/clock.h"
 #include "control/display.h"

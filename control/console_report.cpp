@@ -2,7 +2,10 @@
 // the statistics and the board.
 #include "control/console.h"
 
-#include "board/board.h"
+#include "board/attacks.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
 #include "control/clock.h"
 #include "control/display.h"
 #include "control/engine.h"

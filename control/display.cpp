@@ -1,7 +1,8 @@
 // The board diagram and the printed forms of a move.
 #include "control/display.h"
 
-#include "board/board.h"
+#include "board/move_list.h"
+#include "board/position.h"
 #include "control/engine.h"
 #include "control/notation.h"
 #include "control/output.h"

@@ -1,7 +1,9 @@
 // The settings and the initialisation of all rooms.
 #include "control/engine.h"
 
-#include "board/board.h"
+#include "board/attacks.h"
+#include "board/keys.h"
+#include "board/position.h"
 #include "control/clock.h"
 #include "control/output.h"
 #include "control/system.h"

@@ -2,7 +2,9 @@
 // squares: what does not fit is dropped.
 #include "control/fen.h"
 
-#include "board/board.h"
+#include "board/keys.h"
+#include "board/move_list.h"
+#include "board/position.h"
 #include "control/engine.h"
 #include "control/notation.h"
 #include "control/output.h"

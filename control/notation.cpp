@@ -1,6 +1,9 @@
 // Names of squares and moves.
 #include "control/notation.h"
 
+#include "board/move_list.h"
+#include "board/position.h"
+
 namespace tarsimo {
 
 std::string square_name(int sq) {

@@ -2,7 +2,7 @@
 #ifndef TARSIMO_CONTROL_NOTATION_H
 #define TARSIMO_CONTROL_NOTATION_H
 
-#include "board/board.h"
+#include "board/move_list.h"
 
 #include <string>
 

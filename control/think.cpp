@@ -1,7 +1,9 @@
 // The think driver.
 #include "control/think.h"
 
-#include "board/board.h"
+#include "board/attacks.h"
+#include "board/move_list.h"
+#include "board/position.h"
 #include "control/clock.h"
 #include "control/engine.h"
 #include "control/output.h"

@@ -1,7 +1,11 @@
 // The user's moves: coordinates matched against the generated moves.
 #include "control/user_move.h"
 
-#include "board/board.h"
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
 #include "control/notation.h"
 #include "control/output.h"
 #include "control/text.h"

@@ -1,5 +1,7 @@
 // Material with which a lead is hard or impossible to win. The lead of the side ahead is then
 // cut; the sign of the score stays.
+#include "board/attacks.h"
+#include "board/position.h"
 #include "eval/eval.h"
 
 namespace tarsimo {

@@ -1,5 +1,7 @@
 // Endings with a score of their own; those without pawns: dead draws, the mates against a bare
 // king, and the endings of one piece each.
+#include "board/attacks.h"
+#include "board/position.h"
 #include "eval/eval.h"
 
 #include <algorithm>

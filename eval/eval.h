@@ -6,7 +6,8 @@
 #ifndef TARSIMO_EVAL_EVAL_H
 #define TARSIMO_EVAL_EVAL_H
 
-#include "board/board.h"
+#include "board/config.h"
+#include "board/position.h"
 #include "eval/square_set.h"
 #include "eval/square_tables.h"
 #include "eval/weights.h"

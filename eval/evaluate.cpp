@@ -2,6 +2,8 @@
 // sum becomes a score. The order of the exits is the performance design: the draw and lazy
 // tests cost a few operations on counters kept by make and unmake, the cache one memory
 // access; only then is the board walked.
+#include "board/keys.h"
+#include "board/position.h"
 #include "eval/eval.h"
 
 #include <algorithm>

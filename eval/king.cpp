@@ -1,5 +1,6 @@
 // Danger to a king and threats to its men: the terms that look at both sides' attack maps, and
 // therefore come when all pieces have been walked.
+#include "board/position.h"
 #include "eval/eval.h"
 
 #include <algorithm>

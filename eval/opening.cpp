@@ -1,5 +1,6 @@
 // Opening terms: centre pawns that block or are blocked, castling, fianchettoed bishops, and
 // the pace of development.
+#include "board/position.h"
 #include "eval/eval.h"
 
 namespace tarsimo {

@@ -5,6 +5,8 @@
 // rule of the square, and also a way that the own king or other pawns guard. To find out, the
 // set of squares that the enemy king may have reached is grown move by move, all other men
 // standing still. Each colour looks at the board from its own side, as if it were white.
+#include "board/attacks.h"
+#include "board/position.h"
 #include "eval/eval.h"
 
 #include <algorithm>

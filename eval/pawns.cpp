@@ -1,6 +1,8 @@
 // Pawn structure, king shelter and pawn storm: everything that depends on pawns and kings
 // alone, kept in a cache of its own (pawn hash tables: Slate and Atkin 1977). Passed pawns
 // meet the pieces at the end of the file.
+#include "board/attacks.h"
+#include "board/position.h"
 #include "eval/eval.h"
 
 #include <algorithm>

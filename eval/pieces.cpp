@@ -1,6 +1,8 @@
 // Knights, bishops, rooks and queens: mobility, good and bad places, and their attacks around
 // the enemy king. What a piece reaches is found once for mobility, the attack maps and the
 // king attack together.
+#include "board/attacks.h"
+#include "board/position.h"
 #include "eval/eval.h"
 
 namespace tarsimo {

@@ -6,7 +6,7 @@
 #ifndef TARSIMO_EVAL_WEIGHTS_H
 #define TARSIMO_EVAL_WEIGHTS_H
 
-#include "board/board.h"
+#include "board/position.h"
 
 #include <array>
 #include <cstdint>

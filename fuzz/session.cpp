@@ -1,7 +1,7 @@
 // The surroundings of a session: clock, end, input in packets, and a fresh engine each time.
 #include "session.h"
 
-#include "board/board.h"
+#include "board/keys.h"
 #include "control/clock.h"
 #include "control/engine.h"
 #include "control/input.h"

@@ -1,7 +1,7 @@
 // The tree digest, compiled into the library that tests and tree tools link.
 #include "search/digest.h"
 
-#include "board/board.h"
+#include "board/position.h"
 
 #ifdef TARSIMO_TREE_DIGEST
 

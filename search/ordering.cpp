@@ -2,6 +2,9 @@
 // heuristic", 1983). The lists read both when a move is added; the searches write them here.
 #include "search/ordering.h"
 
+#include "board/move_list.h"
+#include "board/position.h"
+
 #include "search/search.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 #ifndef TARSIMO_SEARCH_ORDERING_H
 #define TARSIMO_SEARCH_ORDERING_H
 
-#include "board/board.h"
+#include "board/move_list.h"
 
 namespace tarsimo {
 

@@ -1,5 +1,11 @@
 // Quiescence search: stand pat, then captures and queen promotions. It has no table and no
 // check handling.
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "board/see.h"
 #include "search/digest.h"
 #include "search/ordering.h"
 #include "search/search.h"

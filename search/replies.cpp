@@ -1,6 +1,11 @@
 // The replies to a root move as one node of simple rules: no draw or mate-distance test, no
 // static evaluation, no pruning; check extensions, late-move reductions and
 // principal-variation re-searches only.
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
 #include "search/digest.h"
 #include "search/ordering.h"
 #include "search/search.h"

@@ -1,6 +1,11 @@
 // The root moves: aspiration, verification after an abort, and the best move at the head.
 #include "search/root.h"
 
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+
 #include <algorithm>
 #include <iterator>
 

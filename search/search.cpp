@@ -5,6 +5,13 @@
 // reductions of single moves. Every rule and margin shapes the tree, so their order matters.
 #include "search/search.h"
 
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "board/see.h"
+
 #include "eval/eval.h"
 #include "search/digest.h"
 #include "search/hash_memory.h"

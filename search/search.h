@@ -6,7 +6,7 @@
 #ifndef TARSIMO_SEARCH_SEARCH_H
 #define TARSIMO_SEARCH_SEARCH_H
 
-#include "board/board.h"
+#include "board/config.h"
 
 #include <cstdint>
 #include <optional>

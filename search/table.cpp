@@ -1,6 +1,9 @@
 // Probe and store.
 #include "search/table.h"
 
+#include "board/move_list.h"
+#include "board/position.h"
+
 #include "search/search.h"
 #include "search/statistics.h"
 

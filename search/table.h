@@ -3,7 +3,7 @@
 #ifndef TARSIMO_SEARCH_TABLE_H
 #define TARSIMO_SEARCH_TABLE_H
 
-#include "board/board.h"
+#include "board/config.h"
 
 #include <cstdint>
 

@@ -4,7 +4,7 @@
 //
 //   tarsimo-bench           all positions at full depth, about 10 s
 //   tarsimo-bench PLIES     no deeper than PLIES: a quick signature
-#include "board/board.h"
+#include "board/attacks.h"
 #include "control/engine.h"
 #include "control/fen.h"
 #include "control/suite.h"

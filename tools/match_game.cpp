@@ -1,4 +1,5 @@
 // One game: whose turn it is, what the clocks say, and what an engine's answer is worth.
+#include "board/position.h"
 #include "tools/match.h"
 
 #include <algorithm>

@@ -7,7 +7,10 @@
 // same in every run: legal, bishops on both colours, neither mate nor stalemate, and no piece that
 // can be taken at once. A game counts as won when the strong side mates within fifty moves of its
 // own; stalemate, the loss of a piece and a position's third occurrence end it.
-#include "board/board.h"
+#include "board/attacks.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
 #include "control/clock.h"
 #include "control/engine.h"
 #include "control/fen.h"

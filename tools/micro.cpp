@@ -1,6 +1,11 @@
 // tarsimo-micro: the engine's hot functions one by one, over the positions of the built-in suite
 // (Google Benchmark). An iteration is one pass over all positions; items are calls.
-#include "board/board.h"
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "board/see.h"
 #include "control/engine.h"
 #include "control/fen.h"
 #include "control/suite.h"

@@ -5,6 +5,7 @@
 // One row a term, in centipawns: what it is worth to each colour, its middlegame and endgame
 // sums for white before they are mixed, and what it adds to white's lead. The lines below the
 // table follow the lead to the evaluation itself.
+#include "board/position.h"
 #include "control/engine.h"
 #include "control/fen.h"
 #include "eval/eval.h"

@@ -10,7 +10,10 @@
 #ifndef TARSIMO_TOOLS_TREE_COMMANDS_H
 #define TARSIMO_TOOLS_TREE_COMMANDS_H
 
-#include "board/board.h"
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/move_list.h"
+#include "board/see.h"
 #include "control/fen.h"
 #include "control/notation.h"
 #include "control/text.h"

@@ -3,7 +3,14 @@
 #ifndef TARSIMO_TESTS_UNIT_SUPPORT_H
 #define TARSIMO_TESTS_UNIT_SUPPORT_H
 
-#include "board/board.h"
+#include "board/attacks.h"
+#include "board/consistency.h"
+#include "board/generate.h"
+#include "board/keys.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "board/see.h"
 #include "control/cecp.h"
 #include "control/clock.h"
 #include "control/console.h"

@@ -1,5 +1,7 @@
 #include "tools/tuning/coefficients.h"
 
+#include "board/position.h"
+
 #include "eval/eval.h"
 #include "search/search.h"
 

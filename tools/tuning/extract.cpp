@@ -1,5 +1,8 @@
 #include "tools/tuning/extract.h"
 
+#include "board/attacks.h"
+#include "board/position.h"
+
 #include "control/fen.h"
 #include "eval/eval.h"
 #include "search/search.h"

@@ -3,6 +3,7 @@
 // the balance than the margin. Told by class of position.
 //
 //   tarsimo-margins POSITIONS
+#include "board/position.h"
 #include "control/engine.h"
 #include "control/fen.h"
 #include "eval/eval.h"

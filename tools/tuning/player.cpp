@@ -1,5 +1,11 @@
 #include "tools/tuning/player.h"
 
+#include "board/attacks.h"
+#include "board/keys.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+
 #include "eval/eval.h"
 #include "search/hash_memory.h"
 #include "search/ordering.h"

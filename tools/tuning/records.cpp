@@ -1,5 +1,9 @@
 #include "tools/tuning/records.h"
 
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+
 #include "control/notation.h"
 
 #include <charconv>

@@ -12,7 +12,9 @@
 //   1810000  third killer
 //   1809000+ defended captures of a lesser piece
 //         0+ other quiet moves, by history
-#include "board/board.h"
+#include "board/move_list.h"
+
+#include "board/position.h"
 
 #include <algorithm>
 
