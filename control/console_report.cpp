@@ -12,7 +12,7 @@
 #include "control/input.h"
 #include "control/notation.h"
 #include "control/output.h"
-#include "eval/eval.h"
+#include "eval/evaluate.h"
 #include "search/root.h"
 #include "search/statistics.h"
 

@@ -7,7 +7,8 @@
 #include "control/clock.h"
 #include "control/output.h"
 #include "control/system.h"
-#include "eval/eval.h"
+#include "eval/kpk.h"
+#include "eval/square_tables.h"
 #include "search/hash_memory.h"
 
 namespace tarsimo {

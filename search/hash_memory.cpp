@@ -1,7 +1,7 @@
 // Both tables lie in one mapping that begins at a large page.
 #include "search/hash_memory.h"
 
-#include "eval/eval.h"
+#include "eval/evaluate.h"
 #include "search/table.h"
 
 #include <sys/mman.h>

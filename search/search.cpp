@@ -12,7 +12,7 @@
 #include "board/position.h"
 #include "board/see.h"
 
-#include "eval/eval.h"
+#include "eval/evaluate.h"
 #include "search/digest.h"
 #include "search/hash_memory.h"
 #include "search/ordering.h"

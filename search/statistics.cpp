@@ -1,7 +1,7 @@
 // The counters of one search.
 #include "search/statistics.h"
 
-#include "eval/eval.h"
+#include "eval/evaluate.h"
 #include "search/search.h"
 
 namespace tarsimo {

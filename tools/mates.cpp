@@ -17,7 +17,6 @@
 #include "control/notation.h"
 #include "control/text.h"
 #include "control/think.h"
-#include "eval/eval.h"
 #include "tools/legal_moves.h"
 
 #include <algorithm>

@@ -10,7 +10,7 @@
 #include "control/fen.h"
 #include "control/suite.h"
 #include "control/think.h"
-#include "eval/eval.h"
+#include "eval/evaluate.h"
 #include "search/ordering.h"
 #include "search/search.h"
 

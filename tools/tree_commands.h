@@ -17,7 +17,7 @@
 #include "control/fen.h"
 #include "control/notation.h"
 #include "control/text.h"
-#include "eval/eval.h"
+#include "eval/evaluate.h"
 #include "search/digest.h"
 #include "search/ordering.h"
 #include "search/search.h"

@@ -2,7 +2,7 @@
 
 #include "board/position.h"
 
-#include "eval/eval.h"
+#include "eval/evaluate.h"
 #include "search/search.h"
 
 namespace tarsimo::tuning {

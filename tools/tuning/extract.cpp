@@ -4,7 +4,7 @@
 #include "board/position.h"
 
 #include "control/fen.h"
-#include "eval/eval.h"
+#include "eval/evaluate.h"
 #include "search/search.h"
 #include "tools/legal_moves.h"
 

@@ -6,7 +6,8 @@
 #include "board/position.h"
 #include "control/engine.h"
 #include "control/fen.h"
-#include "eval/eval.h"
+#include "eval/evaluate.h"
+#include "eval/setup.h"
 #include "search/search.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/records.h"
@@ -66,11 +67,12 @@ int main(int argc, char** argv) {
         set_position_fen(position->fen);
         const int score = evaluate(-MATE_BOUND, MATE_BOUND);
         const int balance = side * (white_material - black_material);
-        Class& part = white_pieces + black_pieces == 0 ? pawns
-                      : endgame_flag                   ? endgame
-                      : std::min(white_piece_material, black_piece_material) > MIDDLEGAME_MATERIAL
-                          ? middlegame
-                          : transition;
+        Class& part =
+            white_pieces + black_pieces == 0 ? pawns
+            : endgame_flag                   ? endgame
+            : std::min(white_eval.piece_material, black_eval.piece_material) > MIDDLEGAME_MATERIAL
+                ? middlegame
+                : transition;
         // The mates of a bare king are told apart by the searches themselves.
         if (white_pawns + black_pawns > 0) part.errors.push_back(std::abs(score - balance));
     }

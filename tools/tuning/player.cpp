@@ -6,7 +6,8 @@
 #include "board/move_list.h"
 #include "board/position.h"
 
-#include "eval/eval.h"
+#include "eval/endings.h"
+#include "eval/evaluate.h"
 #include "search/hash_memory.h"
 #include "search/ordering.h"
 #include "search/search.h"
