@@ -54,9 +54,6 @@ constexpr int SQUARE_LIMIT = 100;  ///< tables indexed by playing squares only e
 constexpr int MAX_PLY = 63;
 constexpr int PLY_SLOTS = MAX_PLY + 2;
 
-/// Sentinel ordering score of a move already picked, and of "no score yet".
-constexpr int NO_SCORE = -32000;
-
 namespace detail {
 
 template <typename Function> constexpr std::array<int, BOARD_SIZE> fill_squares(Function value_of) {

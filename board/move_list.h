@@ -16,8 +16,11 @@ struct Move {
     int promotion;   ///< type 2..5, 0 for none
     int castle;      ///< 0 none, 1 king-side, 2 queen-side
     int ep_capture;  ///< square of the pawn taken en passant, else 0
-    int score;       ///< ordering score, higher first; NO_SCORE once picked
+    int score;       ///< ordering score, higher first; PICKED when not to be picked (again)
 };
+
+/// Ordering score of a move that has been picked, and of an illegal one of the root list.
+constexpr int PICKED = -32000;
 
 /// Upper bound on the moves of one list for any placement of pieces whatever: 64 men of
 /// at most 27 moves each.

@@ -25,8 +25,8 @@ namespace {
 
 constexpr int MAX_LINE_MOVES = 8;  // shorter than under CECP; deliberate
 constexpr int MINUTES_FROM_MS = 61000;
-constexpr int PROGRESS_WIDTH = 52;  // columns that the progress line may have filled
-constexpr int MIN_ANNOUNCED_MATE = 31970;
+constexpr int PROGRESS_WIDTH = 52;          // columns that the progress line may have filled
+constexpr int MAX_ANNOUNCED_DISTANCE = 29;  // plies from the root to the mate
 
 void print_progress(int index) {
     print(" Ply (%2d)  Analizando..(%d) ", root.iteration_depth, index + 1);
@@ -69,11 +69,12 @@ void report_game_over(bool in_check) {
 }
 
 void announce_mate() {
-    if (root.best_score < MIN_ANNOUNCED_MATE) return;
-    if (MATED_SCORE - root.best_score < 3) {
+    const int distance = mate_in(0) - root.best_score;  // plies from the root to the mated side's
+    if (distance > MAX_ANNOUNCED_DISTANCE) return;
+    if (distance < 3) {
         print(side == BLACK ? "  blancas ganan JAQUE MATE   " : "  negras ganan JAQUE MATE   ");
     } else {
-        print("  MATE en %d  ", (MATED_SCORE - 1 - root.best_score) / 2);
+        print("  MATE en %d  ", (distance - 1) / 2);
     }
 }
 

@@ -132,7 +132,7 @@ bool input_pending() { return stop_test_enabled && must_stop(); }
 void root_move_begun(int index) { voice->root_move_begun(index); }
 
 void root_move_accepted(int score) {
-    if (root.iteration_depth >= MIN_REPORTED_DEPTH || score > MATE_THRESHOLD) {
+    if (root.iteration_depth >= MIN_REPORTED_DEPTH || is_mate(score)) {
         print_thinking(root.iteration_depth, score);
     }
 }

@@ -15,6 +15,7 @@
 #include "eval/pawn_endings.h"
 #include "eval/pawns.h"
 #include "eval/pieces.h"
+#include "eval/score.h"
 #include "eval/setup.h"
 #include "eval/square_tables.h"
 #include "eval/threats.h"

@@ -80,10 +80,10 @@ std::uint64_t recounted_pawn_key() {
 }
 
 void check_evaluation() {
-    const int score = evaluate(-MATE_BOUND, MATE_BOUND);
-    demand(evaluate(-MATE_BOUND, MATE_BOUND) == score, "the cache gives the same score");
+    const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
+    demand(evaluate(-INFINITE_SCORE, INFINITE_SCORE) == score, "the cache gives the same score");
     eval_cache[hash_key % eval_cache_size] = {};
-    demand(evaluate(-MATE_BOUND, MATE_BOUND) == score, "the caches below give the same score");
+    demand(evaluate(-INFINITE_SCORE, INFINITE_SCORE) == score, "the caches below give the same score");
     reset_eval_outputs();
     eval_setup();
     demand(pawn_key == recounted_pawn_key(), "the pawn key is that of pawns and kings");
@@ -94,9 +94,9 @@ void check_searches() {
     time_budget_ms = SEARCH_BUDGET_MS;
     search_start_ms = clock_ms();
     search_aborted = false;
-    quiesce(-MATE_BOUND, MATE_BOUND, 0);
+    quiesce(-INFINITE_SCORE, INFINITE_SCORE, 0);
     search_aborted = false;
-    search(-MATE_BOUND, MATE_BOUND, SEARCH_DEPTH, true, in_check());
+    search(-INFINITE_SCORE, INFINITE_SCORE, SEARCH_DEPTH, true, in_check());
     demand(snapshot() == before, "a search leaves the position as it was");
     think();
 }

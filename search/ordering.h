@@ -20,7 +20,7 @@ extern int current_move_score;
 extern std::array<int, PLY_SLOTS> eval_stack;
 
 /// Pick the move of this ply's list with the highest ordering score, the earliest among
-/// equals: its index, or -1 when all are picked. Marks the slot with NO_SCORE and sets
+/// equals: its index, or -1 when all are picked. Marks the slot as PICKED and sets
 /// current_move_score.
 int pick_move();
 
@@ -36,11 +36,6 @@ void update_killers(const Move& move, int score);
 /// Clear killers, history, principal variations and evaluation stack, before the search of every
 /// move.
 void clear_ordering();
-
-/// True for a pawn move that is neither pruned nor reduced: to the seventh rank of its
-/// side, or to the sixth with no enemy pawn on the three squares ahead. The move has been
-/// made; `type` and `colour` are the moving piece's.
-bool is_exempt_pawn_move(int type, int colour, int to);
 
 }  // namespace tarsimo
 

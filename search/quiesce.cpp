@@ -7,6 +7,7 @@
 #include "board/position.h"
 #include "board/see.h"
 #include "search/digest.h"
+#include "search/node.h"
 #include "search/ordering.h"
 #include "search/search.h"
 
@@ -16,7 +17,8 @@ namespace tarsimo {
 
 namespace {
 
-constexpr int DELTA_MARGIN = 100;  // a capture must be able to lift the best to alpha
+constexpr bool MAYBE_IN_CHECK = true;  // nobody has looked
+constexpr int DELTA_MARGIN = 100;      // a capture must be able to lift the best to alpha
 
 // True if a pawn of the side not to move guards the square.
 bool guarded_by_pawn(int sq) {
@@ -24,7 +26,7 @@ bool guarded_by_pawn(int sq) {
     return piece_on(sq + side * 9) == enemy_pawn || piece_on(sq + side * 11) == enemy_pawn;
 }
 
-// A more valuable man takes a lesser one that is guarded by a pawn or wins the exchange.
+// A piece takes a less valuable one, or a pawn, that a pawn guards or that wins the exchange.
 bool is_losing_capture(const Move& move) {
     if (order_value[at(type_on(move.from))] <= order_value[at(move.captured)]) return false;
     return guarded_by_pawn(move.to) || see(move.from, move.to) < 0;
@@ -59,12 +61,7 @@ int quiesce(int alpha, int beta, int qply) {
                 continue;
             if (is_losing_capture(move)) continue;
         }
-        make_move(index);
-        prefetch_slots(0);
-        if (!king_left_safe()) {
-            unmake_move();
-            continue;
-        }
+        if (!make_if_legal(index, 0, MAYBE_IN_CHECK)) continue;
         const int score = -quiesce(-beta, -alpha, qply - 1);
         unmake_move();
         if (search_aborted) return 0;

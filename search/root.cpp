@@ -75,7 +75,7 @@ void begin_root_search() {
         const bool legal = king_left_safe();
         unmake_move();
         if (!legal) {
-            move_at(i).score = NO_SCORE;
+            move_at(i).score = PICKED;
         } else if (++root.legal_moves == 1) {
             bring_to_front(i);
         }
@@ -85,7 +85,7 @@ void begin_root_search() {
 bool choose_root_move(int from, int to) {
     for (int i = 0; i < root_moves(); ++i) {
         const Move& move = move_at(i);
-        if (move.to != to || (from != 0 && move.from != from) || move.score == NO_SCORE) continue;
+        if (move.to != to || (from != 0 && move.from != from) || move.score == PICKED) continue;
         bring_to_front(i);
         root.best_score = 0;
         return true;
@@ -94,13 +94,13 @@ bool choose_root_move(int from, int to) {
 }
 
 Iteration search_root_moves() {
-    int alpha = root.iteration_depth == 1 ? NO_SCORE
-                                          : std::max(root.best_score - ASPIRATION_MARGIN, NO_SCORE);
+    int alpha = -INFINITE_SCORE;
+    if (root.iteration_depth > 1) alpha = std::max(root.best_score - ASPIRATION_MARGIN, alpha);
     root.best_move_changes[at(root.iteration_depth)] = 0;
     root.first_root_move = true;
 
     for (int index = 0; index < root_moves(); ++index) {
-        if (move_at(index).score == NO_SCORE) continue;
+        if (move_at(index).score == PICKED) continue;
         root_move_begun(index);
         if (root.best_score >= MATE_IN_HAND && root.iteration_depth >= MATE_IN_HAND_MIN_DEPTH) {
             root_move_accepted(root.best_score);
@@ -110,7 +110,7 @@ Iteration search_root_moves() {
         RootReplies replies = search_root_move(index, alpha);
         if (root.first_root_move && -replies.score <= alpha && !search_aborted) {
             // The first move fell below the bound: its true score, with the bound open.
-            alpha = NO_SCORE;
+            alpha = -INFINITE_SCORE;
             replies = search_root_move(index, alpha);
         }
         if (search_aborted) {
@@ -125,7 +125,7 @@ Iteration search_root_moves() {
         if (score > alpha) {
             alpha = score;
             accept_root_move(index, score);
-            if (score > MATE_THRESHOLD) return Iteration::MATE_FOUND;
+            if (is_mate(score)) return Iteration::MATE_FOUND;
         }
     }
     return Iteration::COMPLETE;

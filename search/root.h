@@ -40,7 +40,7 @@ void root_move_accepted(int score);
 
 // ---------------------------------------------------------------------------
 
-/// Generate the root moves, mark the illegal ones with NO_SCORE, and put a legal one at the head.
+/// Generate the root moves, mark the illegal ones as PICKED, and put a legal one at the head.
 void begin_root_search();
 
 /// Put the legal root move between these squares at the head (from 0: from wherever), as the best

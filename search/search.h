@@ -1,22 +1,18 @@
 /// The searches: alpha-beta with its pruning rules, quiescence, and the replies to a root move.
 ///
-/// Depth is counted in half-plies: one ply is 2. Scores are centipawns for the side to
-/// move; a side mated at ply p scores p - 31999; a score above 31900 in magnitude is a
-/// mate score. Nothing here allocates while searching.
+/// Depth is counted in half-plies: one ply is 2. Nothing here allocates while searching.
 #ifndef TARSIMO_SEARCH_SEARCH_H
 #define TARSIMO_SEARCH_SEARCH_H
 
 #include "board/config.h"
+#include "eval/score.h"
 
 #include <cstdint>
 #include <optional>
 
 namespace tarsimo {
 
-constexpr int ONE_PLY = 2;             ///< half-plies of one ply
-constexpr int MATE_BOUND = 32000;      ///< mate-distance bounds count from here
-constexpr int MATED_SCORE = 31999;     ///< a side mated at ply p scores p - MATED_SCORE
-constexpr int MATE_THRESHOLD = 31900;  ///< above it in magnitude a score is a mate score
+constexpr int ONE_PLY = 2;  ///< half-plies of one ply
 
 /// Nodes between two stop tests; a power of two.
 constexpr int STOP_TEST_INTERVAL = SHORT_SESSIONS ? 64 : 8192;
@@ -55,23 +51,10 @@ extern bool stop_requested;
 /// Returns the score, or 0 with search_aborted set.
 int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check);
 
-/// Score of a move that has been made and is not the first of its node, for the side that made
-/// it: a zero-width search, and one with the full bounds when the move lands between them.
-int search_late_move(int alpha, int beta, int new_depth, bool gives_check);
-
-/// Late-move reduction in plies, by the depth in half-plies and the number of the move among the
-/// legal ones.
-int late_move_reduction(int depth, int move_number);
-
 /// Captures and queen promotions until the position is quiet (Harris 1975). `qply` is 0 when called
 /// by search and falls by one per ply; repetitions are looked for at 0 only. No check evasions.
 /// Returns the score, or 0 with search_aborted set.
 int quiesce(int alpha, int beta, int qply);
-
-/// evaluate() as the searches ask for it: with the bounds of the node, but with open bounds when
-/// a bare king stands against pieces alone. The lazy exit would hide how far the mate has come
-/// from a window near the score of a won ending, and such an ending could not be won.
-int static_score(int alpha, int beta);
 
 /// All replies to the root move just made, as one node with open lower bound.
 ///   beta    upper bound for the replying side
@@ -89,11 +72,6 @@ struct RootReplies {
 /// As search_replies(), with the reductions of the root: captures, promotions and replies to a
 /// check are not reduced.
 RootReplies search_root_replies(int beta, int depth);
-
-/// Begin to load what the tables hold on the position that make_move() has just reached: memory
-/// answers while the move is tested. A node of less than a ply is left to the quiescence search,
-/// which has no use for the transposition table.
-void prefetch_slots(int depth);
 
 /// Bring searches, ordering and lists to the state of a fresh program: both tables, killers,
 /// history, principal variation, evaluation stack, score slots, counters and `nodes`.

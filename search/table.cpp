@@ -21,15 +21,11 @@ TTEntry& slot_of_position() { return tt_table[hash_key % tt_size]; }
 
 // Mate scores are stored as distances from the stored node, not from the root.
 int to_stored(int score) {
-    if (score > MATE_THRESHOLD) return score + search_ply;
-    if (score < -MATE_THRESHOLD) return score - search_ply;
-    return score;
+    return is_mate(score) ? score + search_ply : is_mated(score) ? score - search_ply : score;
 }
 
 int from_stored(int score) {
-    if (score > MATE_THRESHOLD) return score - search_ply;
-    if (score < -MATE_THRESHOLD) return score + search_ply;
-    return score;
+    return is_mate(score) ? score - search_ply : is_mated(score) ? score + search_ply : score;
 }
 
 }  // namespace

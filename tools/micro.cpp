@@ -114,14 +114,15 @@ void evaluate_in_full(benchmark::State& state) {
     over_suite(state, [] {
         return repeat([] {
             eval_cache[hash_key % eval_cache_size].key = 0;
-            benchmark::DoNotOptimize(evaluate(-MATE_BOUND, MATE_BOUND));
+            benchmark::DoNotOptimize(evaluate(-INFINITE_SCORE, INFINITE_SCORE));
         });
     });
 }
 
 void quiescence(benchmark::State& state) {
     over_suite(state, [] {
-        return repeat([] { benchmark::DoNotOptimize(quiesce(-MATE_BOUND, MATE_BOUND, 0)); });
+        return repeat(
+            [] { benchmark::DoNotOptimize(quiesce(-INFINITE_SCORE, INFINITE_SCORE, 0)); });
     });
 }
 

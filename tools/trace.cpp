@@ -118,7 +118,7 @@ int main(int argc, char** argv) {
         tuning::fail("not a position: " + fen);
     }
 
-    const int score = evaluate(-MATE_BOUND, MATE_BOUND);
+    const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
     std::printf("%s\n\n", understood.c_str());
     if (eval_trace.linear) {
         print_way_to_score(print_table(), score);

@@ -134,7 +134,7 @@ inline bool execute(const std::string& line, std::string& figures) {
         figures = "see " + std::to_string(see(from, square_number(text.substr(last + 1))));
     } else if (command == "eval") {
         set_up(rest(line));
-        figures = "eval " + std::to_string(evaluate(-MATE_BOUND, MATE_BOUND));
+        figures = "eval " + std::to_string(evaluate(-INFINITE_SCORE, INFINITE_SCORE));
     } else if (command == "replies" && fields.size() == 3) {
         set_up(rest(fields[0]));
         figures = search_figures(search_replies(number(1), number(2)));

@@ -27,12 +27,15 @@
 #include "eval/evaluate.h"
 #include "eval/kpk.h"
 #include "eval/pawn_endings.h"
+#include "eval/score.h"
 #include "eval/setup.h"
 #include "eval/square_tables.h"
 #include "eval/weights.h"
 #include "search/digest.h"
 #include "search/hash_memory.h"
+#include "search/node.h"
 #include "search/ordering.h"
+#include "search/reductions.h"
 #include "search/root.h"
 #include "search/statistics.h"
 #include "search/table.h"
@@ -51,7 +54,7 @@ namespace tarsimo::test {
 inline constexpr char START_FEN[] = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
 
 /// A wide window.
-constexpr int INF = MATE_BOUND;
+constexpr int INF = INFINITE_SCORE;
 
 /// Keys of the program's first game, noted by main() before any test runs.
 struct StartUp {

@@ -28,8 +28,8 @@ bool is_wanted(const PlayedMove& move) {
 
 bool is_quiet() {
     if (in_check()) return false;
-    const int score = evaluate(-MATE_BOUND, MATE_BOUND);
-    return std::abs(score) < WON_SCORE && quiesce(-MATE_BOUND, MATE_BOUND, 0) == score;
+    const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
+    return std::abs(score) < WON_SCORE && quiesce(-INFINITE_SCORE, INFINITE_SCORE, 0) == score;
 }
 
 std::vector<LabelledPosition> Extractor::extract(const GameRecord& game, bool& legal) {

@@ -65,7 +65,7 @@ int main(int argc, char** argv) {
         const auto position = parse_position(line);
         if (!position) continue;
         set_position_fen(position->fen);
-        const int score = evaluate(-MATE_BOUND, MATE_BOUND);
+        const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
         const int balance = side * (white_material - black_material);
         Class& part =
             white_pieces + black_pieces == 0 ? pawns
