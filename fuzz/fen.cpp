@@ -83,7 +83,8 @@ void check_evaluation() {
     const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
     demand(evaluate(-INFINITE_SCORE, INFINITE_SCORE) == score, "the cache gives the same score");
     eval_cache[hash_key % eval_cache_size] = {};
-    demand(evaluate(-INFINITE_SCORE, INFINITE_SCORE) == score, "the caches below give the same score");
+    demand(evaluate(-INFINITE_SCORE, INFINITE_SCORE) == score,
+           "the caches below give the same score");
     reset_eval_outputs();
     eval_setup();
     demand(pawn_key == recounted_pawn_key(), "the pawn key is that of pawns and kings");
