@@ -4,8 +4,6 @@
 #include "board/attacks.h"
 #include "board/position.h"
 
-#include "board/attacks.h"
-#include "board/position.h"
 #include "eval/pawn_endings.h"
 #include "eval/setup.h"
 #include "eval/square_tables.h"

@@ -6,7 +6,6 @@
 #include "board/keys.h"
 #include "board/position.h"
 
-#include "board/position.h"
 #include "eval/drawish.h"
 #include "eval/endings.h"
 #include "eval/king_danger.h"

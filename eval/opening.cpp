@@ -3,7 +3,6 @@
 #include "eval/opening.h"
 #include "board/position.h"
 
-#include "board/position.h"
 #include "eval/setup.h"
 
 namespace tarsimo {

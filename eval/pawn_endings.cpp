@@ -9,8 +9,6 @@
 #include "board/attacks.h"
 #include "board/position.h"
 
-#include "board/attacks.h"
-#include "board/position.h"
 #include "eval/kpk.h"
 #include "eval/setup.h"
 

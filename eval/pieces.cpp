@@ -5,8 +5,6 @@
 #include "board/attacks.h"
 #include "board/position.h"
 
-#include "board/attacks.h"
-#include "board/position.h"
 #include "eval/setup.h"
 
 namespace tarsimo {

@@ -2,6 +2,7 @@
 // of the clock, so that no run thinks for long.
 #include "control/system.h"
 
+#include <cstdint>
 #include <cstdlib>
 
 namespace tarsimo {
