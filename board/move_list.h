@@ -71,8 +71,9 @@ struct MoveRef {
 struct PvEntry {
     int from;
     int to;
-    std::int8_t captured;  ///< type of the captured piece
-    std::int8_t piece;     ///< type of the moving piece
+    std::int8_t captured;       ///< type of the captured piece
+    std::int8_t piece;          ///< type of the moving piece
+    std::int8_t promotion = 0;  ///< type of the new piece
 };
 
 /// Sum of two ordering scores. Scores that build on a slot's stale value may grow without

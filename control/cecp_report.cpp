@@ -48,8 +48,14 @@ void play_move() {
 
 }  // namespace
 
-const Voice cecp_voice = {[](int) {},       print_thinking_line,
-                          line_waiting,     interface_stops_search,
-                          report_game_over, play_move};
+const Voice cecp_voice = {.min_reported_depth = 6,
+                          .hears_in_overtime = false,
+                          .root_move_begun = [](int) {},
+                          .score_fell = nullptr,
+                          .thinking_line = print_thinking_line,
+                          .input_waiting = line_waiting,
+                          .stop_wanted = interface_stops_search,
+                          .game_over = report_game_over,
+                          .move_found = play_move};
 
 }  // namespace tarsimo

@@ -69,7 +69,7 @@ void report_game_over(bool in_check) {
 }
 
 void announce_mate() {
-    const int distance = mate_in(0) - root.best_score;  // plies from the root to the mated side's
+    const int distance = mate_in(0) - root.best_score();  // plies from the root to the mated side's
     if (distance > MAX_ANNOUNCED_DISTANCE) return;
     if (distance < 3) {
         print(side == BLACK ? "  blancas ganan JAQUE MATE   " : "  negras ganan JAQUE MATE   ");
@@ -95,8 +95,15 @@ std::uint64_t percentage(std::uint64_t part, std::uint64_t whole) {
 
 }  // namespace
 
-const Voice console_voice = {print_progress, print_thinking_line, key_pressed,
-                             key_pressed,    report_game_over,    report_move};
+const Voice console_voice = {.min_reported_depth = 6,
+                             .hears_in_overtime = false,
+                             .root_move_begun = print_progress,
+                             .score_fell = nullptr,
+                             .thinking_line = print_thinking_line,
+                             .input_waiting = key_pressed,
+                             .stop_wanted = key_pressed,
+                             .game_over = report_game_over,
+                             .move_found = report_move};
 
 void print_statistics(long elapsed_seconds) {
     const SearchStatistics& s = statistics;

@@ -15,7 +15,9 @@ namespace tarsimo {
 namespace {
 
 constexpr int INPUT = STDIN_FILENO;
-constexpr std::size_t PIECE_SIZE = 4096;  // bytes at a time behind the end of a line's text
+constexpr std::size_t LINE_LIMIT = 255;
+constexpr std::size_t LONG_LINE_LIMIT = 1000000;
+constexpr std::size_t PIECE_SIZE = 4096;  // bytes read at a time, where not one by one
 constexpr int MAX_READS_PER_POLL = 512;   // enough for any line, a few hundred microseconds
 
 // The line being gathered. A line may arrive in pieces, some of them during a search.
@@ -23,8 +25,10 @@ std::string gathered;
 bool gathered_complete = false;
 bool end_of_input = false;
 
-// What a read behind the 255th character of a line has brought beyond the end of that line.
+// What a read of a piece has brought beyond the end of the line.
 std::string read_ahead;
+
+std::size_t line_limit = LINE_LIMIT;
 
 // Take characters of the line up to its newline, which completes it; what is left is kept.
 void gather(const char* text, std::size_t size) {
@@ -34,7 +38,7 @@ void gather(const char* text, std::size_t size) {
             read_ahead.assign(text + i + 1, size - i - 1);
             return;
         }
-        if (gathered.size() < MAX_LINE) gathered += text[i];
+        if (gathered.size() < line_limit) gathered += text[i];
     }
 }
 
@@ -58,7 +62,8 @@ void read_some() {
         return;
     }
     std::array<char, PIECE_SIZE> piece;
-    const std::size_t wanted = gathered.size() < MAX_LINE ? 1 : piece.size();
+    const bool by_character = line_limit == LINE_LIMIT && gathered.size() < LINE_LIMIT;
+    const std::size_t wanted = by_character ? 1 : piece.size();
     ssize_t got = 0;
     do got = read(INPUT, piece.data(), wanted);
     while (got < 0 && errno == EINTR);
@@ -124,11 +129,14 @@ bool key_pressed() {
     return pressed;
 }
 
+void accept_long_lines() { line_limit = LONG_LINE_LIMIT; }
+
 void restart_input() {
     gathered.clear();
     gathered_complete = false;
     end_of_input = false;
     read_ahead.clear();
+    line_limit = LINE_LIMIT;
 }
 
 }  // namespace tarsimo

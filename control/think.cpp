@@ -28,7 +28,6 @@ constexpr int MIN_RECAPTURE_DEPTH = 11;   // from here on a recapture may be pla
 constexpr int RECAPTURE_BUDGET_PART = 8;
 constexpr int MIN_EXTENDED_DEPTH = 9;
 constexpr int MIN_UNSTABLE_CHANGES = 2;
-constexpr int MIN_REPORTED_DEPTH = 6;
 constexpr int PONDER_BUDGETS = 3;
 
 // The tables' memory: what is over after a few iterations is not worth it.
@@ -36,6 +35,7 @@ constexpr int PREFAULT_DEPTH = 5;
 constexpr int PREFAULT_BUDGET_PART = 10;
 
 bool opening_reply = false;  // the move at the head was chosen without a search
+ThinkTask task;
 
 // ---------------------------------------------------------------------------
 // Before the search
@@ -50,12 +50,12 @@ void begin_pass() {
     clear_ordering();
     clear_statistics();
     hash_move = {};
-    begin_root_search();
+    begin_root_search(task.root);
 }
 
 // The two fixed opening moves: 1.d4, and an answer to the opponent's first move.
 bool choose_opening_reply() {
-    if (test_mode || analyze_mode || game_ply > 1) return false;
+    if (!task.fixed_replies || test_mode || analyze_mode || game_ply > 1) return false;
     if (game_ply == 0) return choose_root_move(0, D4);
 
     const HistoryEntry& first = history_entry(0);
@@ -77,7 +77,8 @@ void prefault_within_budget() {
 
 // The best move takes back a rook or queen, and nothing spoke against it for long.
 bool is_obvious_recapture() {
-    if (analyze_mode || pondering || !root.best_move_stable || opening_reply) return false;
+    if (!task.ends_early || analyze_mode || pondering) return false;
+    if (!root.best_move_stable || opening_reply) return false;
     if (root.iteration_depth < MIN_RECAPTURE_DEPTH || game_ply == 0) return false;
     const int captured = move_at(0).captured;
     return captured > BISHOP && captured == history_entry(game_ply - 1).captured &&
@@ -94,7 +95,7 @@ void deepen() {
                 depth >= MIN_EXTENDED_DEPTH && !pondering && changes >= MIN_UNSTABLE_CHANGES;
             if (!pondering && !time_for_iteration()) return;
         }
-        if (root.legal_moves == 1 && depth > MAX_SINGLE_MOVE_DEPTH) return;
+        if (task.ends_early && root.legal_moves == 1 && depth > MAX_SINGLE_MOVE_DEPTH) return;
         if (is_obvious_recapture()) return;
         if (depth == PREFAULT_DEPTH) prefault_within_budget();
         if (search_root_moves() != Iteration::COMPLETE) return;
@@ -120,9 +121,9 @@ bool must_stop() {
         stop_requested = voice->input_waiting();
         return stop_requested || budgets_spent(PONDER_BUDGETS);
     }
-    if (budgets_spent(1)) return overtime_is_over(root.first_root_move);
-    stop_requested = voice->stop_wanted();
-    return stop_requested;
+    const bool overtime = budgets_spent(1);
+    if (!overtime || voice->hears_in_overtime) stop_requested = voice->stop_wanted();
+    return stop_requested || (overtime && overtime_is_over(root.first_root_move));
 }
 
 }  // namespace
@@ -131,10 +132,15 @@ bool input_pending() { return stop_test_enabled && must_stop(); }
 
 void root_move_begun(int index) { voice->root_move_begun(index); }
 
-void root_move_accepted(int score) {
-    if (root.iteration_depth >= MIN_REPORTED_DEPTH || is_mate(score)) {
+void root_move_accepted() {
+    const int score = root.lines[at(root.line)].score;
+    if (root.iteration_depth >= voice->min_reported_depth || is_mate(score)) {
         print_thinking(root.iteration_depth, score);
     }
+}
+
+void root_move_failed_low(int score) {
+    if (voice->score_fell != nullptr) voice->score_fell(root.iteration_depth, score);
 }
 
 void print_thinking(int depth, int score) {
@@ -146,7 +152,8 @@ void print_thinking(int depth, int score) {
     flush_output();
 }
 
-void think() {
+void think(const ThinkTask& wanted) {
+    task = wanted;
     pondering = false;
     if (find_best_move()) voice->move_found();
 }

@@ -37,9 +37,10 @@ bool is_losing_capture(const Move& move) {
 int quiesce(int alpha, int beta, int qply) {
     record_node('Q', alpha, beta, qply, false, false);
     ++nodes;
+    deepest_ply = std::max(deepest_ply, search_ply);
     if (qply >= 0 && is_repetition()) return 0;
     if (!may_generate()) return static_score(alpha, beta);
-    if (nodes % STOP_TEST_INTERVAL == 0 && input_pending()) {
+    if ((nodes & stop_test_mask) == 0 && input_pending()) {
         search_aborted = true;
         return 0;
     }

@@ -27,6 +27,8 @@
 namespace tarsimo {
 
 std::uint64_t nodes = 0;
+std::uint64_t stop_test_mask = STOP_TEST_INTERVAL - 1;
+int deepest_ply = 0;
 bool search_aborted = false;
 bool stop_requested = false;
 
@@ -308,7 +310,7 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
     }
 
     // Stop test.
-    if (nodes % STOP_TEST_INTERVAL == 0 && input_pending()) {
+    if ((nodes & stop_test_mask) == 0 && input_pending()) {
         search_aborted = true;
         return 0;
     }

@@ -15,7 +15,7 @@ namespace tarsimo {
 constexpr int ONE_PLY = 2;  ///< half-plies of one ply
 
 /// Nodes between two stop tests; a power of two.
-constexpr int STOP_TEST_INTERVAL = SHORT_SESSIONS ? 64 : 8192;
+constexpr std::uint64_t STOP_TEST_INTERVAL = SHORT_SESSIONS ? 64 : 8192;
 
 // ---------------------------------------------------------------------------
 // What a search needs from its surroundings
@@ -31,6 +31,13 @@ bool input_pending();
 
 /// Legal moves made and quiescence nodes entered.
 extern std::uint64_t nodes;
+
+/// Stop tests come where no bit of `nodes` is set that is set here: STOP_TEST_INTERVAL - 1, or less
+/// for a search of few nodes. Not reset by any search.
+extern std::uint64_t stop_test_mask;
+
+/// Greatest ply below the root that a search has entered.
+extern int deepest_ply;
 
 /// Set when the stop test said stop; every node then returns 0 at once and its caller
 /// discards that.

@@ -14,6 +14,7 @@ void clear_statistics() {
     eval_hash_count = 0;
     eval_full_count = 0;
     nodes = 0;
+    deepest_ply = 0;
 }
 
 }  // namespace tarsimo

@@ -24,7 +24,8 @@ struct SearchStatistics {
 /// Counted by the searches and the table, cleared by clear_statistics().
 extern SearchStatistics statistics;
 
-/// Clear the search's and the evaluation's counters and `nodes`, before the search of every move.
+/// Clear the search's and the evaluation's counters, `nodes` and `deepest_ply`, before the search
+/// of every move.
 void clear_statistics();
 
 }  // namespace tarsimo

@@ -36,8 +36,15 @@ constexpr int NO_OVERTIME = 1;  // moves to the time control: few enough for str
 constexpr unsigned SEED = 1912;
 
 // Plays its moves without a word, and nobody speaks to it.
-constexpr Voice silent_voice = {[](int) {},           [](int, int) {}, [] { return false; },
-                                [] { return false; }, [](bool) {},     make_root_move};
+constexpr Voice silent_voice = {.min_reported_depth = MAX_ITERATIONS,
+                                .hears_in_overtime = false,
+                                .root_move_begun = [](int) {},
+                                .score_fell = nullptr,
+                                .thinking_line = [](int, int) {},
+                                .input_waiting = [] { return false; },
+                                .stop_wanted = [] { return false; },
+                                .game_over = [](bool) {},
+                                .move_found = make_root_move};
 
 struct Ending {
     const char* name;
