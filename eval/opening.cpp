@@ -1,6 +1,9 @@
 // Opening terms: centre pawns that block or are blocked, castling, fianchettoed bishops, and
 // the pace of development.
-#include "eval/eval.h"
+#include "eval/opening.h"
+#include "board/position.h"
+
+#include "eval/setup.h"
 
 namespace tarsimo {
 
@@ -20,7 +23,6 @@ constexpr int FIANCHETTO_SHUT_IN = -20;  // an own pawn stands on its diagonal's
 
 // Index: development steps still missing. Only the first six entries are reached.
 constexpr std::array<int, 8> development_penalty = {0, -5, -20, -35, -50, -65, -80, -100};
-constexpr int DEVELOPMENT_STEPS = 5;
 
 template <int Us> bool stands(int type, int sq) {
     return piece_on(own_square<Us>(sq)) == Us * type;
@@ -38,11 +40,6 @@ template <int Us> int fianchetto(int home, int centre) {
     }
     if (stands<Us>(PAWN, home + 10 + centre)) score += FIANCHETTO_SHUT_IN;
     return score;
-}
-
-template <int Us> int& development() {
-    if constexpr (Us == WHITE) return white_development;
-    else return black_development;
 }
 
 template <int Us> int development_steps() {
@@ -71,9 +68,9 @@ template <int Us> int opening_terms() {
 
     score += fianchetto<Us>(B2, 1) + fianchetto<Us>(G2, -1);
 
-    development<Us>() = development_steps<Us>();
-    score += development_penalty[at(DEVELOPMENT_STEPS - development<Us>())];
-    return score;
+    const int steps = development_steps<Us>();
+    eval_side<Us>().development = steps;
+    return score + development_penalty[at(DEVELOPMENT_STEPS - steps)];
 }
 
 template int opening_terms<WHITE>();

@@ -4,9 +4,13 @@
 //   tarsimo-tree                        the same, a command a line from standard input
 //   tarsimo-tree --pin < OLD > NEW      a list of pinned figures (tests/data/trees.txt) with the
 //                                       figures of this build, for a change meant to alter trees
-#include "tools/tree_commands.h"
-
+#include <cstdio>
 #include <iostream>
+#include <string>
+
+#include "control/engine.h"
+#include "control/think.h"
+#include "tools/tree_commands.h"
 
 namespace {
 

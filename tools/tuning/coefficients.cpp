@@ -1,7 +1,6 @@
 #include "tools/tuning/coefficients.h"
 
-#include "eval/eval.h"
-#include "search/search.h"
+#include "board/position.h"
 
 namespace tarsimo::tuning {
 
@@ -59,7 +58,7 @@ double linear_score(const Samples& samples, const Sample& sample, const Values& 
 }
 
 bool append_sample(Samples& samples, int& score) {
-    score = side * evaluate(-MATE_BOUND, MATE_BOUND);
+    score = side * evaluate_traced();
     const EvalTrace& trace = eval_trace;
     if (!trace.linear) return false;
 

@@ -1,7 +1,10 @@
 #include "tools/tuning/extract.h"
 
-#include "control/control.h"
-#include "eval/eval.h"
+#include "board/attacks.h"
+#include "board/position.h"
+
+#include "control/fen.h"
+#include "eval/evaluate.h"
 #include "search/search.h"
 #include "tools/legal_moves.h"
 
@@ -13,8 +16,8 @@ namespace tarsimo::tuning {
 
 namespace {
 
-constexpr int FIRST_PLIES = 4;   // of a game, still too much like its random start
-constexpr int LAST_FIFTY = 80;   // later scores fade towards the draw
+constexpr int FIRST_PLIES = 4;       // of a game, still too much like its random start
+constexpr int LAST_FIFTY = 80;       // later scores fade towards the draw
 constexpr int SETTLED_SCORE = 2000;  // from here on there is nothing to learn, as in KQK
 
 bool is_wanted(const PlayedMove& move) {
@@ -25,8 +28,8 @@ bool is_wanted(const PlayedMove& move) {
 
 bool is_quiet() {
     if (in_check()) return false;
-    const int score = evaluate(-MATE_BOUND, MATE_BOUND);
-    return std::abs(score) < SETTLED_SCORE && quiesce(-MATE_BOUND, MATE_BOUND, 0) == score;
+    const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
+    return std::abs(score) < SETTLED_SCORE && quiesce(-INFINITE_SCORE, INFINITE_SCORE, 0) == score;
 }
 
 std::vector<LabelledPosition> Extractor::extract(const GameRecord& game, bool& legal) {
