@@ -54,7 +54,7 @@ struct ThinkTask {
 
 /// Find the best move of the side to move and hand it to the voice; without a legal move, say that
 /// the game is over.
-void think(const ThinkTask& task = {});
+void think(const ThinkTask& wanted = {});
 
 /// Search on for the opponent, until input arrives or three budgets have passed; what is found
 /// stays in the tables. For a voice, after it has made its move.
