@@ -156,7 +156,7 @@ exit 100
     (APT_WITHOUT_THE_PACKAGE, 0, ["Unable to locate package", "apt-get install"]),
     (None, 0, ["no apt-get", "TARSIMO_INSTALL=no"]),
     (APT_WITHOUT_NETWORK, 1000, ["no sudo", "apt-get install"]),
-])
+], ids=["no-network", "no-such-package", "no-apt", "no-sudo"])
 def test_missing_packages_are_told_in_a_closing_line(tmp_path, apt, user, words):
     programs = tmp_path / "programs"
     programs.mkdir()
