@@ -118,7 +118,7 @@ int main(int argc, char** argv) {
         tuning::fail("not a position: " + fen);
     }
 
-    const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
+    const int score = evaluate_traced();
     std::printf("%s\n\n", understood.c_str());
     if (eval_trace.linear) {
         print_way_to_score(print_table(), score);

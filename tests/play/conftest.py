@@ -6,6 +6,7 @@ The timeouts are upper limits against hangs, generous for a slow machine.
 import os
 import re
 import select
+import signal
 import subprocess
 import time
 from pathlib import Path
@@ -23,6 +24,18 @@ PROMPT = "Su jugada: "
 REFUSAL = "Jugada ilegal o Comando no reconocido\n"
 START = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR"
 FRAME = "   +---+---+---+---+---+---+---+---+\n"
+
+SIGNALS = [signal.SIGHUP, signal.SIGTERM, signal.SIGTSTP, signal.SIGTTIN, signal.SIGTTOU]
+
+
+def pytest_configure(config):
+    config.addinivalue_line("markers", "alone: measures time, so that no other test may run beside")
+    # What the tests start takes over which signals are ignored. A shell ignores some for a command
+    # in the background, and nohup another; the engine is tried as a person starts it.
+    for number in SIGNALS:
+        signal.signal(number, signal.SIG_DFL)
+    signal.signal(signal.SIGINT, signal.default_int_handler)
+
 
 NO_SEARCH = """
 

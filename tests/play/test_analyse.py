@@ -139,6 +139,7 @@ def test_a_stopped_run_goes_on(analyse, tmp_path):
     assert len(lines) == 8 and "\n".join(lines).startswith(before)
 
 
+@pytest.mark.alone
 def test_time_is_used_up(analyse):
     """All the seconds go into the search, fractions too, and the answer is the last thought."""
     middle = "r1bq1rk1/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQ1RK1 w - - 0 1\n"

@@ -5,7 +5,10 @@ minutes.
 """
 import os
 import random
+import time
 from pathlib import Path
+
+from conftest import PATIENCE
 
 LENGTH = int(os.environ.get("TARSIMO_ENDURANCE", "1"))
 
@@ -15,10 +18,18 @@ ILLEGAL_POSITION = "tellusererror Illegal position"
 
 
 def memory_kib(gui):
-    """Address space and resident memory of an engine at the beginning of a game."""
+    """Address space and resident memory of an engine at the beginning of a game, as soon as its
+    tables have got their memory, which they do while nobody speaks."""
     assert gui.ask("new") == []
-    status = Path(f"/proc/{gui.process.pid}/status").read_text()
-    return [int(status.split(field)[1].split()[0]) for field in ("VmSize:", "VmRSS:")]
+    deadline = time.monotonic() + PATIENCE
+    readings = [None]
+    while readings[-1] != readings[0] or len(readings) < 5:
+        assert time.monotonic() < deadline, f"the memory never settles: {readings}"
+        time.sleep(0.1)
+        status = Path(f"/proc/{gui.process.pid}/status").read_text()
+        readings = readings[-4:] + [
+            [int(status.split(field)[1].split()[0]) for field in ("VmSize:", "VmRSS:")]]
+    return readings[-1]
 
 
 def test_very_long_game(gui):

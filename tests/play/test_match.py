@@ -237,6 +237,7 @@ def test_engine_against_itself(play, tmp_path):
     assert_nobody_left(tmp_path)
 
 
+@pytest.mark.alone
 def test_talk_and_clocks(play, scripted, tmp_path):
     """What engines are told, in order, and the clock of a second control."""
     (tmp_path / "openings").write_text("4k3/8/8/8/8/8/4P3/4K3 w - - 3 9\n")

@@ -1,6 +1,7 @@
 """Rough surroundings: descriptors closed or full, short memory, the stop key, a busy GUI."""
 import os
 import resource
+import signal
 import subprocess
 import threading
 import time
@@ -224,3 +225,12 @@ def test_what_needs_no_search_needs_no_tables(script):
         _, _, usage = os.wait4(process.pid, 0)
         process.returncode = 0
     assert usage.ru_maxrss < 64 << 10
+
+
+def test_signals_that_a_shell_ignores_reach_what_the_tests_start():
+    """In the background of a shell, and under nohup, the tests start what they try as usual."""
+    status = subprocess.run(["cat", "/proc/self/status"], capture_output=True, text=True,
+                            check=True).stdout
+    ignored = int(status.split("SigIgn:")[1].split()[0], 16)
+    assert [number.name for number in (signal.SIGINT, signal.SIGHUP, signal.SIGTERM)
+            if ignored >> (number - 1) & 1] == []

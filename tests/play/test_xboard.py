@@ -35,6 +35,7 @@ def display():
     server.wait(PATIENCE)
 
 
+@pytest.mark.alone
 @pytest.mark.parametrize("options, opening, least_moves", [
     # Sudden death, thinking on the opponent's time, from the initial position.
     ("-tc 0:02 -inc 0 -ponder", None, 15),
