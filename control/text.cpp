@@ -6,6 +6,12 @@
 
 namespace tarsimo {
 
+namespace {
+
+constexpr char BLANKS[] = " \t\n\v\f\r";
+
+}  // namespace
+
 void to_upper(std::string& text) {
     for (char& c : text) {
         if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
@@ -18,12 +24,12 @@ void to_lower(std::string& text) {
     }
 }
 
-std::string first_word(const std::string& line) {
-    constexpr char blanks[] = " \t\n\v\f\r";
-    const auto begin = line.find_first_not_of(blanks);
-    if (begin == std::string::npos) return "";
-    return line.substr(begin, line.find_first_of(blanks, begin) - begin);
-}
+std::string first_word(const std::string& line) { return Word(line).text; }
+
+Word::Word(const std::string& line, std::size_t place)
+    : begin(std::min(line.find_first_not_of(BLANKS, place), line.size())),
+      end(std::min(line.find_first_of(BLANKS, begin), line.size())),
+      text(line.substr(begin, end - begin)) {}
 
 std::string text_behind(const std::string& line, const std::string& command) {
     return line.substr(line.find(command) + command.size());

@@ -13,8 +13,18 @@ void to_upper(std::string& text);
 /// Lower-case a text in place, ASCII letters only.
 void to_lower(std::string& text);
 
-/// The first blank-separated word of a line, empty when there is none.
+/// The text of the first word of a line.
 std::string first_word(const std::string& line);
+
+/// A blank-separated word of a line: its text, empty when there is none, and where it stands.
+struct Word {
+    /// The first word that begins at or behind a place of the line.
+    explicit Word(const std::string& line, std::size_t place = 0);
+
+    std::size_t begin;
+    std::size_t end;  ///< behind its last character
+    std::string text;
+};
 
 /// The text behind a command word, which the line contains.
 std::string text_behind(const std::string& line, const std::string& command);

@@ -93,12 +93,14 @@ void deepen() {
             const int changes = root.best_move_changes[at(depth - 1)];
             time_extended =
                 depth >= MIN_EXTENDED_DEPTH && !pondering && changes >= MIN_UNSTABLE_CHANGES;
-            if (!pondering && !time_for_iteration()) return;
+            if (!pondering && !task.uses_whole_budget && !time_for_iteration()) return;
         }
         if (task.ends_early && root.legal_moves == 1 && depth > MAX_SINGLE_MOVE_DEPTH) return;
         if (is_obvious_recapture()) return;
         if (depth == PREFAULT_DEPTH) prefault_within_budget();
         if (search_root_moves() != Iteration::COMPLETE) return;
+        if (voice->iteration_done != nullptr) voice->iteration_done(depth);
+        if (root.best_score() >= task.good_enough) return;
     }
 }
 

@@ -25,6 +25,9 @@ struct Voice {
     /// variation stands in pv_table[0].
     void (*thinking_line)(int depth, int score);
 
+    /// An iteration is complete; may be null.
+    void (*iteration_done)(int depth);
+
     /// Whether somebody has said something that has not been read.
     bool (*input_waiting)();
 
@@ -48,8 +51,10 @@ extern bool pondering;
 /// What a think is to do beside what the settings say.
 struct ThinkTask {
     RootTask root;
-    bool fixed_replies = true;  ///< the fixed opening replies may answer
-    bool ends_early = true;     ///< when there is no choice, or an obvious recapture
+    bool fixed_replies = true;         ///< the fixed opening replies may answer
+    bool ends_early = true;            ///< when there is no choice, or an obvious recapture
+    bool uses_whole_budget = false;    ///< an iteration may begin as long as there is time left
+    int good_enough = INFINITE_SCORE;  ///< a best score of at least this ends the search
 };
 
 /// Find the best move of the side to move and hand it to the voice; without a legal move, say that

@@ -35,14 +35,29 @@ bool is_asked_for(const Move& move) {
            });
 }
 
+// An en-passant capture stands in the list once for every own pawn; as lines of their own they must
+// not be shown twice.
+bool stands_before(int index) {
+    const auto begin = move_stack.begin();
+    const Move& move = move_at(index);
+    return move.ep_capture != 0 && std::any_of(begin, std::next(begin, index), [&](const Move& m) {
+               return m.from == move.from && m.to == move.to;
+           });
+}
+
+bool is_to_be_searched(int index) {
+    if (root.task.lines > 1 && stands_before(index)) return false;
+    make_move(index);
+    const bool legal = king_left_safe();
+    unmake_move();
+    return legal && is_asked_for(move_at(index));
+}
+
 // Mark what is not to be searched, and count the rest.
 void sort_out_moves() {
     root.legal_moves = 0;
     for (int i = 0; i < root_moves(); ++i) {
-        make_move(i);
-        const bool legal = king_left_safe();
-        unmake_move();
-        if (!legal || !is_asked_for(move_at(i))) {
+        if (!is_to_be_searched(i)) {
             move_at(i).score = PICKED;
         } else if (++root.legal_moves == 1) {
             bring_forward(i, 0);
@@ -135,6 +150,16 @@ Iteration search_line() {
     return Iteration::COMPLETE;
 }
 
+// A later line can turn out better than one before it.
+void sort_lines() {
+    for (int i = 1; i < root_lines(); ++i) {
+        for (int j = i; j > 0 && root.lines[at(j)].score > root.lines[at(j - 1)].score; --j) {
+            std::swap(root.lines[at(j)], root.lines[at(j - 1)]);
+            std::swap(move_at(j), move_at(j - 1));
+        }
+    }
+}
+
 }  // namespace
 
 void begin_root_search(const RootTask& task) {
@@ -155,13 +180,15 @@ bool choose_root_move(int from, int to) {
     return false;
 }
 
+int root_lines() { return std::min(root.task.lines, root.legal_moves); }
+
 Iteration search_root_moves() {
     root.best_move_changes[at(root.iteration_depth)] = 0;
-    const int lines = std::min(root.task.lines, root.legal_moves);
-    for (root.line = 0; root.line < lines; ++root.line) {
+    for (root.line = 0; root.line < root_lines(); ++root.line) {
         const Iteration end = search_line();
         if (end != Iteration::COMPLETE) return end;
     }
+    sort_lines();
     return Iteration::COMPLETE;
 }
 

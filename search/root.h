@@ -72,10 +72,14 @@ void begin_root_search(const RootTask& task = {});
 /// with score 0. Returns false when there is none.
 bool choose_root_move(int from, int to);
 
+/// Number of lines of the running search: those of its task, as far as there are moves.
+int root_lines();
+
 /// How an iteration ended.
 enum class Iteration { COMPLETE, ABORTED, MATE_FOUND };
 
-/// Search all root moves at root.iteration_depth, once for every line.
+/// Search all root moves at root.iteration_depth, once for every line; a complete iteration leaves
+/// the lines in the order of their scores.
 Iteration search_root_moves();
 
 }  // namespace tarsimo

@@ -16,6 +16,7 @@ import pytest
 
 REPOSITORY = Path(__file__).resolve().parents[2]
 ENGINE = os.environ.get("TARSIMO", str(REPOSITORY / "build" / "tarsimo"))
+UCI_ENGINE = f"{ENGINE}-uci"
 SANITIZED_ENGINE = os.environ.get("TARSIMO_SANITIZED", ENGINE)
 PATIENCE = 20.0
 
@@ -78,17 +79,14 @@ def console_session(script, timeout=PATIENCE, engine=ENGINE):
     return output[len(GREETING):], done.returncode
 
 
-class Gui:
-    """An engine under CECP, with the lines that it has sent. A broken pipe is no signal to it,
-    so that it has to notice by itself that nobody listens."""
+class Interface:
+    """An engine at the end of two pipes, with the lines that it has sent. A broken pipe is no
+    signal to it, so that it has to notice by itself that nobody listens."""
 
-    def __init__(self, engine=ENGINE):
+    def __init__(self, engine):
         self.process = subprocess.Popen([engine], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         bufsize=0, restore_signals=False)
         self.buffer = b""
-        self.pings = 1000
-        self.send("xboard")
-        self.take(len(GREETING + PROMPT))
 
     def write(self, data):
         self.process.stdin.write(data)
@@ -123,12 +121,6 @@ class Gui:
         line, self.buffer = self.buffer.split(b"\n", 1)
         return line.decode("latin-1")
 
-    def sync(self):
-        """The lines that came before the answer to a ping. For an engine that does not think."""
-        self.pings += 1
-        self.send(f"ping {self.pings}")
-        return self.until(f"pong {self.pings}")
-
     def until(self, wanted):
         """The lines before one that equals `wanted`."""
         lines = []
@@ -136,6 +128,35 @@ class Gui:
             assert line is not None, f"the output ended before {wanted!r}: {lines[-20:]!r}"
             lines.append(line)
         return lines
+
+    def end(self, timeout=PATIENCE):
+        """The remaining lines and the exit status of an engine that is to end by itself."""
+        lines = []
+        while (line := self.line(timeout)) is not None:
+            lines.append(line)
+        return lines, self.process.wait(timeout)
+
+    def close(self):
+        for pipe in (self.process.stdin, self.process.stdout):
+            pipe.close()
+        self.process.kill()
+        self.process.wait(PATIENCE)
+
+
+class Gui(Interface):
+    """An engine under CECP."""
+
+    def __init__(self, engine=ENGINE):
+        super().__init__(engine)
+        self.pings = 1000
+        self.send("xboard")
+        self.take(len(GREETING + PROMPT))
+
+    def sync(self):
+        """The lines that came before the answer to a ping. For an engine that does not think."""
+        self.pings += 1
+        self.send(f"ping {self.pings}")
+        return self.until(f"pong {self.pings}")
 
     def ask(self, *lines):
         """Send lines that need no thought; the lines of the answer."""
@@ -159,19 +180,6 @@ class Gui:
         match = THINKING.fullmatch(line)
         assert match, f"no thinking line: {line!r}"
         return *map(int, match.groups()[:4]), re.sub("[NBRQKx-]", "", match[5]).split()
-
-    def end(self, timeout=PATIENCE):
-        """The remaining lines and the exit status of an engine that is to end by itself."""
-        lines = []
-        while (line := self.line(timeout)) is not None:
-            lines.append(line)
-        return lines, self.process.wait(timeout)
-
-    def close(self):
-        for pipe in (self.process.stdin, self.process.stdout):
-            pipe.close()
-        self.process.kill()
-        self.process.wait(PATIENCE)
 
 
 @pytest.fixture

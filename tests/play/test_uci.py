@@ -1,0 +1,399 @@
+"""The Universal Chess Interface, as a modern interface sees it."""
+import re
+import subprocess
+import time
+
+import pytest
+
+from conftest import PATIENCE, START, UCI_ENGINE, Interface
+
+MIDDLEGAME = "r1bqk2r/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQK2R w KQkq - 0 6"
+MATE_IN_TWO = "kbK5/pp6/1P6/8/8/8/8/R7 w - - 0 1"
+CHECKMATE = "7k/6Q1/6K1/8/8/8/8/8 b - - 0 1"
+STALEMATE = "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1"
+
+MOVE = r"[a-h][1-8][a-h][1-8][qrbn]?"
+INFO = re.compile(r"info depth (?P<depth>\d+) seldepth (?P<seldepth>\d+) multipv (?P<multipv>\d+) "
+                  r"score (?P<kind>cp|mate) (?P<score>-?\d+)(?P<bound> (?:upper|lower)bound)? "
+                  r"nodes (?P<nodes>\d+) nps \d+ hashfull (?P<hashfull>\d+) time (?P<time>\d+) "
+                  rf"pv(?P<pv>(?: {MOVE})*)")
+CURRENT = re.compile(rf"info depth \d+ currmove {MOVE} currmovenumber \d+")
+BEST = re.compile(rf"bestmove (?P<move>{MOVE}|0000)(?: ponder (?P<ponder>{MOVE}))?")
+
+
+class Uci(Interface):
+    """An engine under UCI. Every line that it sends while it thinks has to fit the grammar."""
+
+    def __init__(self):
+        super().__init__(UCI_ENGINE)
+
+    def sync(self):
+        """The lines before the answer to `isready`."""
+        self.send("isready")
+        return self.until("readyok")
+
+    def answer(self):
+        """Await the answer to `go`: the info lines as matches, strings, and the best move."""
+        infos, strings = [], []
+        while True:
+            line = self.line() or ""
+            if best := BEST.fullmatch(line):
+                return infos, strings, best
+            if info := INFO.fullmatch(line):
+                infos.append(info)
+            elif line.startswith("info string "):
+                strings.append(line)
+            else:
+                assert CURRENT.fullmatch(line) or line.startswith("info depth 0 score "), line
+
+    def go(self, *lines):
+        self.send(*lines)
+        return self.answer()
+
+
+@pytest.fixture
+def uci():
+    engine = Uci()
+    yield engine
+    engine.close()
+
+
+def options_of(uci):
+    uci.send("uci")
+    return uci.until("uciok")
+
+
+# ---------------------------------------------------------------------------
+# Talk
+# ---------------------------------------------------------------------------
+
+def test_introduction(uci):
+    lines = options_of(uci)
+    assert lines[0] == "id name Tarsimo II 2023"
+    assert [line for line in lines if line.startswith("option")] == [
+        "option name Hash type spin default 272 min 272 max 272",
+        "option name Clear Hash type button",
+        "option name Ponder type check default false",
+        "option name MultiPV type spin default 1 min 1 max 64",
+        "option name Move Overhead type spin default 30 min 0 max 5000",
+        "option name UCI_AnalyseMode type check default false"]
+    assert uci.sync() == []
+
+
+def test_every_go_has_one_bestmove_with_a_legal_line(uci, assert_legal):
+    infos, strings, best = uci.go(f"position fen {MIDDLEGAME}", "go depth 9")
+    assert strings == [] and uci.sync() == []
+    assert int(infos[0]["depth"]) == 1 and int(infos[-1]["depth"]) == 9
+    assert infos[-1]["pv"].split()[:2] == [best["move"], best["ponder"]]
+    for info in infos:
+        assert int(info["seldepth"]) >= int(info["depth"]) and int(info["hashfull"]) <= 1000
+        assert_legal(info["pv"].split(), MIDDLEGAME)
+
+
+def test_promotions_are_named_by_a_letter(uci, assert_legal):
+    fen = "7k/P7/8/8/8/8/7p/K7 w - - 0 1"
+    infos, _, best = uci.go(f"position fen {fen}", "go depth 4")
+    assert best["move"] == "a7a8q"
+    assert_legal(infos[-1]["pv"].split(), fen)
+    uci.go(f"position fen {fen} moves a7a8n", "go depth 2")
+    assert uci.go(f"position fen {fen} moves a7a8", "go depth 1")[1] == [
+        "info string illegal move 'a7a8': the game ends before it"]
+
+
+@pytest.mark.parametrize("fen, mates", [(MATE_IN_TWO, {2}), (CHECKMATE, set()),
+                                        ("8/8/8/8/8/5k2/8/5K1q w - - 0 1", set())])
+def test_mates_are_told_in_moves(uci, fen, mates):
+    infos, strings, best = uci.go(f"position fen {fen}", "go depth 6")
+    assert {int(i["score"]) for i in infos if i["kind"] == "mate" and int(i["score"]) > 0} == mates
+    assert (best["move"] == "0000") == bool(strings)
+
+
+def test_the_mated_side_counts_below_zero(uci):
+    position = "position fen 7k/8/5K2/8/8/8/8/6R1 b - - 0 1"  # one move, and then the rook mates
+    infos, _, best = uci.go(position, "go depth 6")
+    assert best["move"] == "h8h7"
+    assert infos[-1]["kind"] == "mate" and int(infos[-1]["score"]) < 0
+
+
+@pytest.mark.parametrize("fen, why", [(CHECKMATE, "checkmate"), (STALEMATE, "stalemate")])
+def test_no_legal_move(uci, fen, why):
+    for limits in ("depth 3", "wtime 1000 btime 1000", "movetime 10", "nodes 5"):
+        _, strings, best = uci.go(f"position fen {fen}", f"go {limits}")
+        assert (strings, best[0]) == ([f"info string no legal move: {why}"], "bestmove 0000")
+    uci.send("go infinite")
+    assert uci.line().startswith("info depth 0") and uci.line().endswith(why)
+    assert uci.sync() == []
+    assert uci.go("stop")[2]["move"] == "0000"
+
+
+def test_a_game_told_again_is_not_forgotten(uci):
+    """The knights go back and forth: moving on into the third time is a draw by then."""
+    fen = "6k1/5ppp/8/8/8/8/q4PPP/1N4K1 w - - 0 1"
+    game = "b1c3 a2a1 c3b1 a1a2".split()
+    told = f"position fen {fen} moves {' '.join(game)} b1c3"
+    infos, _, _ = uci.go(told, "go depth 1 searchmoves a2a1")
+    assert (infos[-1]["kind"], infos[-1]["score"]) == ("cp", "0")
+    infos, _, _ = uci.go(f"position fen {fen} moves b1c3", "go depth 1 searchmoves a2a1")
+    assert infos[-1]["score"] != "0"
+
+
+# ---------------------------------------------------------------------------
+# Limits
+# ---------------------------------------------------------------------------
+
+def test_limits(uci):
+    uci.send(f"position fen {MIDDLEGAME}")
+    for limit in (1, 500, 20000):
+        infos, _, _ = uci.go("ucinewgame", f"go nodes {limit}")
+        assert all(int(info["nodes"]) <= limit + limit // 32 + 2 for info in infos)
+    began = time.monotonic()
+    uci.go("go movetime 300")
+    assert 0.25 < time.monotonic() - began < PATIENCE / 2
+    assert uci.go("go depth 4 searchmoves h2h3 a2a3 h9h8 e1e8")[2]["move"] in ("h2h3", "a2a3")
+    infos, _, best = uci.go(f"position fen {MATE_IN_TWO}", "go mate 2")
+    assert (infos[-1]["score"], best["move"]) == ("2", "a1a6")
+
+
+@pytest.mark.parametrize("limits", [
+    "wtime 0 btime 0", "wtime -5000 btime 1", "wtime 40 btime 40 winc 7 binc 7",
+    "wtime 99999999999999999999 btime 1 movetime 20", "wtime 200 btime 9 movestogo 1",
+    "wtime 300 btime 300 movestogo 99999999999", "depth 0", "nodes -7", "mate 0 stop",
+    "movetime 0", "wtime 50 btime 50 depth 99999", "depth 3 depth", "wtime 100 winc x btime y",
+    "depth 2 infinite stop", "movestogo 0 wtime 100 btime 100", "searchmoves e9e9 depth 2",
+    "ponder infinite stop"])
+def test_any_numbers(uci, limits):
+    lines = [f"go {limits.removesuffix(' stop')}"] + (["stop"] if limits.endswith(" stop") else [])
+    assert uci.go(f"position fen {MIDDLEGAME}", *lines)[2]["move"] != "0000"
+    assert uci.sync() == []
+
+
+def test_clock_is_kept_to_the_millisecond(uci):
+    """A game of moves against an ever shorter clock never takes longer than the clock."""
+    for left in (400, 120, 60, 35):
+        began = time.monotonic()
+        uci.go(f"position fen {MIDDLEGAME}", f"go wtime {left} btime 9 winc 3 binc 3")
+        assert time.monotonic() - began < left / 1000 + PATIENCE / 10
+
+
+# ---------------------------------------------------------------------------
+# During a search
+# ---------------------------------------------------------------------------
+
+@pytest.fixture
+def thinking(uci):
+    """A search without end."""
+    uci.send(f"position fen {MIDDLEGAME}", "go infinite")
+    while not INFO.fullmatch(uci.line()):
+        pass
+    return uci
+
+
+def drain(uci):
+    """Lines up to readyok, without those of the search."""
+    return [line for line in uci.sync() if not INFO.fullmatch(line) and not CURRENT.fullmatch(line)]
+
+
+def test_questions_are_answered_while_it_thinks(thinking):
+    for _ in range(5):
+        assert drain(thinking) == []
+    thinking.send("uci")
+    assert thinking.line() and "uciok" in drain(thinking)
+    assert thinking.go("stop")[2]["move"] != "0000"
+    assert thinking.sync() == []
+
+
+def test_what_begins_something_else_ends_the_search(thinking):
+    thinking.send("go depth 3", "isready", "position startpos", "go depth 1", "ucinewgame", "quit")
+    moves = []
+    while (line := thinking.line()) is not None:
+        if line == "readyok" or BEST.fullmatch(line):
+            moves.append(line.split()[0])
+    assert moves.count("bestmove") == 3 and moves.count("readyok") == 1
+    assert thinking.process.wait(PATIENCE) == 0
+
+
+def test_options_wait_for_the_end_of_the_search(thinking):
+    thinking.send("setoption name MultiPV value 2", "setoption name Clear Hash", "debug on", "x")
+    assert drain(thinking) == []
+    infos, _, _ = thinking.go("stop")
+    assert all(info["multipv"] == "1" for info in infos)
+    assert {info["multipv"] for info in thinking.go("go depth 3")[0]} == {"1", "2"}
+
+
+def test_current_moves_come_after_the_first_second(thinking):
+    deadline = time.monotonic() + PATIENCE
+    while not CURRENT.fullmatch(thinking.line()):
+        assert time.monotonic() < deadline
+    thinking.go("stop")
+
+
+def test_pondering(uci):
+    clock = "wtime 2000 btime 2000"
+    uci.send("position startpos moves e2e4 e7e5", f"go ponder {clock}")
+    time.sleep(0.3)
+    assert drain(uci) == []
+    uci.send("ponderhit")
+    _, _, best = uci.answer()
+    assert best["move"] != "0000" and uci.sync() == []
+    uci.send(f"position fen {MATE_IN_TWO}", f"go ponder {clock}")  # over long before it is hit
+    time.sleep(0.3)
+    assert drain(uci) == []
+    assert uci.go("ponderhit")[2]["move"] == "a1a6"
+    uci.send("ponderhit", "stop", f"go ponder {clock}")
+    assert uci.go("stop")[2]["move"] == "a1a6"
+
+
+def test_end_of_input(uci):
+    uci.send(f"position fen {MIDDLEGAME}", "go depth 7")
+    uci.process.stdin.close()
+    lines, status = uci.end()
+    assert BEST.fullmatch(lines[-1]) and status == 1
+
+
+@pytest.mark.parametrize("limits", ["infinite", "ponder wtime 1000 btime 1000"])
+def test_end_of_input_ends_a_search_without_end(uci, limits):
+    uci.send("position startpos moves d2d4", f"go {limits}")
+    uci.process.stdin.close()
+    lines, _ = uci.end()
+    assert BEST.fullmatch(lines[-1])
+
+
+def test_reader_that_goes_ends_the_program(uci):
+    uci.send(f"position fen {MIDDLEGAME}", "go infinite")
+    uci.line()
+    uci.process.stdout.close()
+    assert uci.process.wait(PATIENCE) == 1
+
+
+# ---------------------------------------------------------------------------
+# Several lines, fixed replies, fresh trees
+# ---------------------------------------------------------------------------
+
+def last_lines(infos, depth):
+    """The last complete set of lines of a depth: score by move."""
+    found = {info["multipv"]: info for info in infos if int(info["depth"]) == depth}
+    return [(found[number]["pv"].split()[0], found[number]["kind"], int(found[number]["score"]))
+            for number in sorted(found, key=int)]
+
+
+def test_several_lines_have_scores_of_their_own(uci):
+    uci.send("setoption name multipv value 4", f"position fen {MIDDLEGAME}")
+    lines = last_lines(uci.go("go depth 6")[0], 6)
+    assert len({move for move, _, _ in lines}) == 4
+    assert [score for _, _, score in lines] == sorted((s for _, _, s in lines), reverse=True)
+
+
+def test_a_mate_does_not_hide_the_other_lines(uci):
+    uci.send("setoption name MultiPV value 64", f"position fen {MATE_IN_TWO}")
+    lines = last_lines(uci.go("go depth 5")[0], 5)
+    assert lines[0] == ("a1a6", "mate", 2) and len(lines) == 16
+
+
+def test_lines_are_different_moves(uci):
+    """Capturing in passing stands in the generator's list once for every own pawn."""
+    uci.send("setoption name MultiPV value 64",
+             "position fen 4k3/8/8/3pP3/8/8/PPP5/4K3 w - d6 0 1")
+    moves = [move for move, _, _ in last_lines(uci.go("go depth 3")[0], 3)]
+    assert len(moves) == len(set(moves)) and moves.count("e5d6") == 1
+
+
+def test_fixed_replies_are_for_games_only(uci):
+    for limits in ("wtime 60000 btime 60000", "movetime 5000"):
+        infos, _, best = uci.go("position startpos", f"go {limits}")
+        assert (infos, best["move"]) == ([], "d2d4")
+    for limits in ("depth 2", "nodes 50", "movetime 30 nodes 10000000", "mate 1 movetime 30",
+                   "movetime 30 searchmoves d2d4 e2e4"):
+        assert uci.go(f"go {limits}")[0] != []
+    for option in ("MultiPV value 2", "UCI_AnalyseMode value true"):
+        assert uci.go(f"setoption name {option}", "go movetime 30")[0] != []
+        uci.send("setoption name MultiPV value 1")
+    uci.send("setoption name UCI_AnalyseMode value false")
+    assert uci.go(f"position fen {START} w KQkq - 0 1", "go movetime 5000")[2]["move"] == "d2d4"
+    fen = "rnbqkbnr/pppp1ppp/8/4p3/3P4/8/PPP1PPPP/RNBQKBNR w KQkq - 0 2"
+    assert uci.go(f"position fen {fen}", "go movetime 30")[0] != []
+
+
+def nodes_at(infos):
+    return [(info["depth"], info["nodes"], info["pv"]) for info in infos]
+
+
+def test_fresh_tree_after_a_new_game(uci):
+    search = (f"position fen {MIDDLEGAME}", "go depth 8")
+    first, second = nodes_at(uci.go(*search)[0]), nodes_at(uci.go(*search)[0])
+    assert first != second
+    for order in ("ucinewgame", "setoption name Clear Hash"):
+        assert nodes_at(uci.go(order, *search)[0]) == first
+
+
+def test_tree_is_that_of_the_other_dialogue(uci, new_gui):
+    for fen in ("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
+                "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
+                "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - -"):
+        gui = new_gui()  # whose keys are those of a first game
+        gui.send(f"setboard {fen}", "sd 8")
+        thoughts, move = gui.think("go")
+        infos, _, best = uci.go("ucinewgame", f"position fen {fen}", "go depth 8")
+        assert best["move"] == move
+        ours = [(int(i["depth"]), int(i["score"]), int(i["nodes"])) for i in infos
+                if int(i["depth"]) >= 6 and not i["bound"]]
+        assert ours == [(depth, score, nodes) for depth, score, _, nodes, _ in thoughts]
+
+
+# ---------------------------------------------------------------------------
+# Bad input
+# ---------------------------------------------------------------------------
+
+@pytest.mark.parametrize("text, why", [
+    ("fen", "the board field is missing"), ("", "neither startpos nor fen"),
+    ("fen 8/8/8/8/8/8/8 w - - 0 1", "the board is not eight ranks of eight squares"),
+    ("fen 8/8/8/8/8/8/8/8 w - - 0 1", "there is not one king of each colour"),
+    ("fen k7/8/8/8/8/8/8/K6P w - -", "a pawn stands on a last rank"),
+    ("fen k7/8/8/8/8/8/8/K6R x - -", "the side to move is neither w nor b"),
+    ("fen k6R/8/8/8/8/8/8/K7 w - -", "the side that has moved is in check"),
+    ("fen k7/8/8/8/8/8/8/K7 w KX -", "the castling field is neither - nor made of KQkq"),
+    ("fen k7/8/8/8/8/8/8/K7 w - e4", "the en-passant field is neither - nor behind a double step"),
+])
+def test_bad_positions_leave_the_game(uci, text, why):
+    uci.send("position startpos moves e2e4 e7e5 g1f3")
+    assert uci.go(f"position {text}", "go depth 1")[1] == [f"info string not a position: {why}"]
+    assert uci.go("go depth 1 searchmoves b8c6")[2]["move"] == "b8c6"
+
+
+def test_illegal_moves_end_the_game_before_them(uci):
+    _, strings, best = uci.go("position startpos moves e2e4 e7e5 e1e3\x01 d2d4",
+                              "go depth 1 searchmoves g1f3")
+    assert strings == ["info string illegal move 'e1e3?': the game ends before it"]
+    assert best["move"] == "g1f3"
+
+
+def test_words_without_sense(uci):
+    uci.write(b"\0\n\xff\xfe isready\njoho debug on\nstop\nponderhit\ngo\x00 depth 1\nstop\n"
+              b"setoption\nsetoption name\nsetoption name MultiPV value\nposition\nregister x\n")
+    assert uci.line() == "readyok"
+    assert uci.go("go depth 1")[2]["move"] != "0000"
+
+
+def test_lines_of_any_length(uci):
+    uci.send("x" * 3_000_000, "x " * 700_000)
+    assert uci.sync() == []
+    uci.go("go searchmoves " + "e2e4 " * 150_000 + "depth 1")
+    uci.send("position startpos moves " + "g1f3 g8f6 f3g1 f6g8 " * 40_000)
+    assert uci.go("go depth 1")[2]["move"] != "0000"
+    assert uci.sync() == []
+
+
+def test_a_flood_during_a_search_delays_nothing(thinking):
+    thinking.send(*["isready"] * 2000, *["setoption name MultiPV value 1"] * 5000)
+    thinking.send("stop")
+    ready = 0
+    while not BEST.fullmatch(line := thinking.line()):
+        ready += line == "readyok"
+    assert ready == 2000
+
+
+def test_session_from_a_file():
+    script = b"uci\nposition startpos moves e2e4\ngo depth 5\nquit\n"
+    done = subprocess.run([UCI_ENGINE], input=script, capture_output=True, timeout=PATIENCE,
+                          check=False)
+    assert done.returncode == 0 and done.stderr == b""
+    assert done.stdout.decode().splitlines()[-1].startswith("bestmove ")
