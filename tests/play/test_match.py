@@ -297,9 +297,8 @@ def test_a_match_under_nohup_outlives_its_terminal(scripted, tmp_path):
         default_signals()
         signal.signal(signal.SIGHUP, signal.SIG_IGN)
 
-    match = subprocess.Popen([MATCH, "-n", "1", "-t", "5", "-o", "-",
-                              "-p", str(tmp_path / "games.pgn"), scripted("a", "0.9 e2e4", "resign"),
-                              scripted("b", "0.5 e7e5", "resign")],
+    engines = (scripted("a", "0.9 e2e4", "resign"), scripted("b", "0.5 e7e5", "resign"))
+    match = subprocess.Popen([MATCH, "-n", "1", "-t", "5", "-o", "-", "-p", "games.pgn", *engines],
                              cwd=tmp_path, stdout=subprocess.PIPE, text=True,
                              preexec_fn=ignore_hangup)
     deadline = time.monotonic() + PATIENCE
