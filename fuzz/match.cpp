@@ -23,19 +23,21 @@ namespace {
 using namespace match;
 
 constexpr std::uint32_t STEP_MS = 1;
-constexpr int CHECKED_MOVES = 8;  // of a position
+constexpr std::size_t MAX_CHECKED_MOVES = 40;  // of a position
 
 char kind = 'o';
 std::string_view text;
 
-// Every legal move is found again by both of its names, and every claim can be judged.
+// Legal moves are found again by both of their names, and every claim can be judged. The last moves
+// of the list are taken: a name that fits two moves is answered with the first.
 void check_position() {
     const std::string fen = position_fen();
     std::string why;
     demand(set_up(fen, why) && position_fen() == fen, "a position is what it was written as");
-    int checked = 0;
-    for (const int index : legal_moves()) {
-        if (++checked > CHECKED_MOVES) break;
+    std::vector<int> legal = legal_moves();
+    std::reverse(legal.begin(), legal.end());
+    legal.resize(std::min(legal.size(), MAX_CHECKED_MOVES));
+    for (const int index : legal) {
         const Move move = move_at(index);
         std::string name = square_name(move.from) + square_name(move.to);
         if (move.promotion != 0) name += FEN_LETTERS[move.promotion];
