@@ -1,6 +1,11 @@
 // Make and unmake. Key, en-passant square and reversible-move counter come back from the
 // record; board, counts, king squares and castling state by the inverse updates.
-#include "board/board.h"
+#include "board/make.h"
+
+#include "board/consistency.h"
+#include "board/keys.h"
+#include "board/move_list.h"
+#include "board/position.h"
 
 #include <cassert>
 
@@ -165,23 +170,25 @@ void take_back_move() {
     side = next;
 }
 
-void make_null_move() {
+int make_null_move() {
     const CheckedStep step;
-    history_entry(game_ply) = {hash_key, fifty, 0, 0, 0, ep_square, 0, 0, 0};
+    const int ep_square_before = ep_square;
+    history_entry(game_ply) = {hash_key, fifty, 0, 0, 0, 0, 0, 0, 0};
     if (ep_square != 0) hash_key ^= ep_key(ep_square);
     ep_square = 0;
     side = -side;
     ++fifty;
     ++game_ply;
     hash_key ^= side_key;
+    return ep_square_before;
 }
 
-void unmake_null_move() {
+void unmake_null_move(int ep_square_before) {
     const CheckedStep step;
     --game_ply;
     const HistoryEntry& record = history_entry(game_ply);
     hash_key = record.key;
-    ep_square = record.ep_square;
+    ep_square = ep_square_before;
     fifty = record.fifty;
     side = -side;
 }

@@ -1,6 +1,12 @@
 // Endings with a score of their own; those without pawns: dead draws, the mates against a bare
 // king, and the endings of one piece each.
-#include "eval/eval.h"
+#include "eval/endings.h"
+#include "board/attacks.h"
+#include "board/position.h"
+
+#include "eval/pawn_endings.h"
+#include "eval/setup.h"
+#include "eval/square_tables.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -31,16 +37,9 @@ constexpr int ROOK_ENDING_KING_WEIGHT = 2;
 constexpr int ROOK_ENDING_LOOSE_KNIGHT = 4;
 constexpr int ROOK_ENDING_WRONG_CORNER = 15;  // of the bishop's colour; its king can be mated there
 
-// Boards drawn as seen from white: rank 8 on top, files a to h.
-using Grid = std::array<int, 64>;
-
-constexpr int on_grid(const Grid& grid, int sq) {
-    return grid[at((9 - sq / 10) * 8 + sq % 10 - 1)];
-}
-
 // clang-format off
 // How far from the edge the bare king still is. Deliberately not symmetric: a7 and h7.
-constexpr Grid lone_king_centre = {
+constexpr SquareTable lone_king_centre = drawn({
      0,  4,  8, 16, 16,  8,  4,  0,
      8, 32, 40, 48, 48, 40, 32,  4,
      8, 40, 56, 64, 64, 56, 40,  8,
@@ -49,10 +48,10 @@ constexpr Grid lone_king_centre = {
      8, 40, 56, 64, 64, 56, 40,  8,
      4, 32, 40, 48, 48, 40, 32,  4,
      0,  4,  8, 16, 16,  8,  4,  0,
-};
+});
 
 // Bishop on light squares: mate is given at a8 or h1. Deliberately irregular at b6, a5, b5.
-constexpr Grid light_corner_table = {
+constexpr SquareTable light_corner_table = drawn({
       0,  10,  20,  30,  60, 100, 150, 200,
      10,  20,  30,  60, 100, 150, 200, 150,
      20,  60,  60, 100, 150, 200, 150, 100,
@@ -61,10 +60,10 @@ constexpr Grid light_corner_table = {
     100, 150, 200, 150, 100,  60,  30,  20,
     150, 200, 150, 100,  60,  30,  20,  10,
     200, 150, 100,  60,  30,  20,  10,   0,
-};
+});
 
 // Bishop on dark squares: mate is given at a1 or h8.
-constexpr Grid dark_corner_table = {
+constexpr SquareTable dark_corner_table = drawn({
     200, 150, 100,  60,  30,  20,  10,   0,
     150, 200, 150, 100,  60,  30,  20,  10,
     100, 150, 200, 150, 100,  60,  30,  20,
@@ -73,7 +72,7 @@ constexpr Grid dark_corner_table = {
      20,  30,  60, 100, 150, 200, 150, 100,
      10,  20,  30,  60, 100, 150, 200, 150,
       0,  10,  20,  30,  60, 100, 150, 200,
-};
+});
 // clang-format on
 
 bool cannot_mate(int piece_material) {
@@ -83,7 +82,8 @@ bool cannot_mate(int piece_material) {
 int corner_value(int strong, int lone_king) {
     for (int sq = A1; sq <= H8; ++sq) {
         if (piece_on(sq) != strong * BISHOP) continue;
-        return on_grid(square_colour(sq) == 1 ? dark_corner_table : light_corner_table, lone_king);
+        const SquareTable& table = colour_of(sq) == 1 ? dark_corner_table : light_corner_table;
+        return table[at(lone_king)];
     }
     return 0;
 }
@@ -95,7 +95,7 @@ int bare_king_score() {
     const int distance = KING_DISTANCE_WEIGHT * distance_between(white_king_sq, black_king_sq);
     const int score = white_material + black_material == BISHOP_AND_KNIGHT
                           ? WON_BISHOP_AND_KNIGHT - distance - corner_value(strong, lone_king)
-                          : WON_AGAINST_BARE_KING - distance - on_grid(lone_king_centre, lone_king);
+                          : WON_AGAINST_BARE_KING - distance - lone_king_centre[at(lone_king)];
     return side == strong ? score : -score;
 }
 
@@ -109,7 +109,7 @@ int centrality(int sq) {
 // Colour of the corner nearest to a square.
 int corner_colour(int sq) {
     const bool near_a1_or_h8 = (file_of(sq) <= 4) == (own_rank<WHITE>(sq) <= 4);
-    return near_a1_or_h8 ? square_colour(A1) : square_colour(A8);
+    return near_a1_or_h8 ? colour_of(A1) : colour_of(A8);
 }
 
 // The square of the one piece that a list holds beside the king.
@@ -120,9 +120,9 @@ int piece_square(const PieceList& list, int king) {
 // The colour Us has the more valuable piece. A queen wins: the weak king is driven to the edge
 // and away from its piece. A rook can only hope to.
 template <int Us> int one_piece_each_score() {
-    const int own_piece = piece_square(own_list<Us>(), king_square<Us>());
+    const int own_piece = piece_square(eval_side<Us>().list, king_square<Us>());
     const int weak_king = king_square<-Us>();
-    const int weak_piece = piece_square(own_list<-Us>(), weak_king);
+    const int weak_piece = piece_square(eval_side<-Us>().list, weak_king);
     const int centre = centrality(weak_king);
     const int kings = distance_between(king_square<Us>(), weak_king);
     const int loose = distance_between(weak_king, weak_piece);
@@ -136,7 +136,7 @@ template <int Us> int one_piece_each_score() {
     int score =
         ROOK_AGAINST_MINOR - ROOK_ENDING_CENTRE_WEIGHT * centre - ROOK_ENDING_KING_WEIGHT * kings;
     if (weak_type == KNIGHT) score += ROOK_ENDING_LOOSE_KNIGHT * loose;
-    else if (centre <= 1 && corner_colour(weak_king) == square_colour(weak_piece))
+    else if (centre <= 1 && corner_colour(weak_king) == colour_of(weak_piece))
         score += ROOK_ENDING_WRONG_CORNER;
     return score;
 }

@@ -2,8 +2,8 @@
 // as far as it goes, or lines ('l') each of which is tried as a game record from a worker, a time
 // control, an engine and a move.
 #include "tools/match.h"
-#include "board/board.h"
-#include "control/control.h"
+#include "board/move_list.h"
+#include "control/notation.h"
 #include "session.h"
 #include "tools/legal_moves.h"
 

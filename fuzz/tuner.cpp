@@ -1,8 +1,9 @@
 // Fuzz target: the files of the tuning tools. The first byte chooses a reader, for games ('g'),
 // labelled positions ('p') or the list of weights ('w'); the rest is the file. What a reader
 // accepts must be what it says, and everything that the tools do with it is done.
-#include "board/board.h"
-#include "control/control.h"
+#include "control/clock.h"
+#include "control/fen.h"
+#include "control/system.h"
 #include "search/search.h"
 #include "session.h"
 #include "tools/fen_check.h"

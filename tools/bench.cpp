@@ -1,9 +1,14 @@
 // tarsimo-bench: the project's benchmark. Every position is searched by iterative deepening to
 // its fixed depth from cleared tables. The total of nodes is the signature of the search tree:
 // it is the same in every build, and changes only when the tree does.
-#include "board/board.h"
-#include "control/control.h"
+#include "board/attacks.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/suite.h"
+#include "control/think.h"
+#include "search/hash_memory.h"
 #include "search/search.h"
+#include "search/table.h"
 #include "tools/command_line.h"
 
 #include <algorithm>
@@ -68,11 +73,11 @@ class Bench {
         set_position_fen(position.fen);
         reset_search();
         begin_generation();
-        while (provide_memory()) {}
+        while (prefault_hash_tables()) {}
         const auto start = std::chrono::steady_clock::now();
         int score = 0;
         for (int plies = 1; plies <= std::min(position.plies, deepest_); ++plies) {
-            score = search(-MATE_BOUND, MATE_BOUND, ONE_PLY * plies, true, in_check());
+            score = search(-INFINITE_SCORE, INFINITE_SCORE, ONE_PLY * plies, true, in_check());
         }
         seconds_ += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         nodes_ += nodes;

@@ -1,6 +1,8 @@
 // tarsimo-perft: counts the legal move paths of a position, to prove the move generator.
-#include "board/board.h"
-#include "control/control.h"
+#include "board/move_list.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/notation.h"
 #include "tools/command_line.h"
 #include "tools/fen_check.h"
 #include "tools/legal_moves.h"

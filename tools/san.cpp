@@ -1,7 +1,7 @@
 // tarsimo-san: moves between the notations, for scripts.
 #include "tools/match.h"
 
-#include "control/control.h"
+#include "control/engine.h"
 #include "tools/command_line.h"
 #include "tools/legal_moves.h"
 

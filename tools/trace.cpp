@@ -1,6 +1,11 @@
 // tarsimo-trace: why a position has the score it has, term by term.
-#include "control/control.h"
-#include "eval/eval.h"
+#include "board/position.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "eval/drawish.h"
+#include "eval/endings.h"
+#include "eval/evaluate.h"
+#include "eval/setup.h"
 #include "eval/weights.h"
 #include "search/search.h"
 #include "tools/command_line.h"
@@ -115,7 +120,7 @@ int main(int argc, char** argv) {
     init_engine();
     set_position_fen(fen);
 
-    const int score = evaluate(-MATE_BOUND, MATE_BOUND);
+    const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
     std::printf("%s\n\n", tuning::position_fen().c_str());
     if (eval_trace.linear) {
         print_way_to_score(print_table(), score);

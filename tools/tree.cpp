@@ -1,9 +1,14 @@
 // tarsimo-tree: the figures of single searches, to compare trees between builds.
+#include "control/engine.h"
+#include "control/think.h"
 #include "tools/command_line.h"
 #include "tools/text_file.h"
 #include "tools/tree_commands.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <iostream>
+#include <string>
 
 namespace {
 

@@ -10,10 +10,18 @@
 #ifndef TARSIMO_TOOLS_TREE_COMMANDS_H
 #define TARSIMO_TOOLS_TREE_COMMANDS_H
 
-#include "board/board.h"
-#include "control/control.h"
-#include "eval/eval.h"
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/move_list.h"
+#include "board/see.h"
+#include "control/fen.h"
+#include "control/notation.h"
+#include "control/text.h"
+#include "eval/evaluate.h"
+#include "search/digest.h"
+#include "search/ordering.h"
 #include "search/search.h"
+#include "search/statistics.h"
 #include "tools/command_line.h"
 #include "tools/fen_check.h"
 
@@ -127,7 +135,7 @@ inline bool execute(const std::string& line, std::string& figures) {
         return tool::read_count(trimmed(fields[i]), 0, MAX_HALF_PLIES, number);
     };
     const auto score = [&](std::size_t i, int& number) {
-        return tool::read_count(trimmed(fields[i]), -MATE_BOUND, MATE_BOUND, number);
+        return tool::read_count(trimmed(fields[i]), -INFINITE_SCORE, INFINITE_SCORE, number);
     };
     int half_plies = 0;
     int alpha = 0;
@@ -152,7 +160,7 @@ inline bool execute(const std::string& line, std::string& figures) {
         figures = "see " + std::to_string(see(from, to));
     } else if (command == "eval") {
         if (!set_up_checked(rest(line))) return false;
-        figures = "eval " + std::to_string(evaluate(-MATE_BOUND, MATE_BOUND));
+        figures = "eval " + std::to_string(evaluate(-INFINITE_SCORE, INFINITE_SCORE));
     } else if (command == "replies" && fields.size() == 3) {
         if (!score(1, beta) || !depth(2, half_plies)) return refuse("a bad bound or depth");
         if (!set_up_checked(rest(fields[0]))) return false;

@@ -22,7 +22,7 @@ void check_moves_of_position() {
         unmake_move();
         ASSERT_TRUE(snapshot() == before) << name_of(move_at(i));
     }
-    make_null_move();
+    const int ep_square_before = make_null_move();
     ASSERT_TRUE(snapshot() == recounted());
     ASSERT_EQ(side, -before.side);
     ASSERT_EQ(ep_square, 0);
@@ -30,8 +30,9 @@ void check_moves_of_position() {
     ASSERT_EQ(fifty, before.fifty + 1);
     const HistoryEntry& record = history_entry(game_ply - 1);
     ASSERT_EQ(record.key, before.hash_key);
-    ASSERT_EQ(record.from + record.to + record.captured + record.promotion + record.castle, 0);
-    unmake_null_move();
+    ASSERT_EQ(record.from + record.to + record.ep_capture + record.ep_square, 0);
+    ASSERT_EQ(record.captured + record.promotion + record.castle, 0);
+    unmake_null_move(ep_square_before);
     ASSERT_TRUE(snapshot() == before);
 }
 
@@ -243,7 +244,7 @@ TEST_F(Moves, CaptureScores) {
     EXPECT_EQ(score(77), 1850000 + 16 * 990 - 100);
     killer1[0] = {E4, D5, 0};
     EXPECT_EQ(score(77), 1860077);
-    EXPECT_EQ(score(NO_SCORE), 1828000);
+    EXPECT_EQ(score(PICKED), 1828000);
     EXPECT_EQ(score(2147483647), wrapping_sum(2147483647, 1860000));
     hash_move = {E4, D5, 0};
     EXPECT_EQ(score(77), 1900000);
@@ -252,7 +253,7 @@ TEST_F(Moves, CaptureScores) {
     search_ply = 2;
     pv_table[0][2] = {E4, D5, QUEEN, PAWN};
     EXPECT_EQ(scores_of(add_capture, E4, D5, 77), Scores{1880077});
-    EXPECT_EQ(scores_of(add_capture, E4, D5, NO_SCORE), Scores{1848000});
+    EXPECT_EQ(scores_of(add_capture, E4, D5, PICKED), Scores{1848000});
 
     // En passant scores as an equal capture whatever killers and hash move say.
     set_up("4k3/8/8/2pP4/8/8/8/4K3 w - c6");
@@ -285,7 +286,7 @@ TEST_F(Moves, PickingAndDiscardedLists) {
     for (int index = pick_move(); index >= 0; index = pick_move()) {
         EXPECT_EQ(current_move_score, picked.size() < 10 ? 7 : 0);
         picked += name_of(move_at(index)) + " ";
-        EXPECT_EQ(move_at(index).score, NO_SCORE);
+        EXPECT_EQ(move_at(index).score, PICKED);
     }
     EXPECT_EQ(picked.substr(0, 25), "b1c3 g2g3 b1a3 g1f3 g1h3 ");
     EXPECT_EQ(picked.size(), 20U * 5);

@@ -3,6 +3,9 @@
 #include "support.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <limits>
 #include <random>
 
 namespace tarsimo::test {
@@ -102,6 +105,7 @@ TEST_F(Control, ThinkingLines) {
 
     // Centiseconds and the nodes; the last digit of the clock may move on.
     xboard_mode = true;
+    voice = &cecp_voice;
     nodes = 1853211;
     const std::string cecp = thinking(2141, 6, -35);
     EXPECT_EQ(cecp.substr(0, 11), "6    -35 21");
@@ -135,25 +139,92 @@ TEST_F(Control, ClocksNeverRunOut) {
         const int control_moves = round % 3 == 2 ? pick(1, 60) : 0;
         const int increment = round % 3 == 0 ? 0 : pick(0, 1) * pick(1, 60) * 1000;
         const int base = 100 * (1 << pick(0, 16)) + pick(0, 99);
-        int level = control_moves;
-        int own = base;
-        int opponent = pick(0, 2 * base);
-        engine_side = pick(0, 1) == 0 ? WHITE : BLACK;
+        GameClock clock{control_moves, control_moves, increment, base, pick(0, 2 * base)};
+        const bool is_white = pick(0, 1) == 0;
         moves_left = 20;
-        for (game_ply = engine_side == WHITE ? 0 : 1; game_ply < 400; game_ply += 2) {
-            const int limit = clock_limit(own);
-            const int budget =
-                std::min(allocate_time(own, opponent, level, control_moves, increment), limit);
-            const int spent = std::clamp((moves_left < 5 ? 1 : 2) * budget, 0, limit);
-            const int lag = std::min(100, own / 4);
-            ASSERT_LE(spent + lag, own) << "round " << round << " ply " << game_ply;
-            own += increment - spent - lag;
-            opponent = std::max(0, opponent + pick(-opponent / 10, increment));
-            if (control_moves > 0 && (game_ply / 2 + 1) % control_moves == 0) own += base;
-            ASSERT_LT(own, 2000000000);
+        for (int ply = is_white ? 0 : 1; ply < 400; ply += 2) {
+            set_budget_by_clock(clock, ply, is_white);
+            const int overtime = moves_left < 5 ? 1 : 2;
+            const int spent = std::clamp(overtime * time_budget_ms, 0, time_limit_ms);
+            const auto lag = std::min<std::int64_t>(100, clock.own_time_ms / 4);
+            ASSERT_LE(spent + lag, clock.own_time_ms) << "round " << round << " ply " << ply;
+            clock.own_time_ms += increment - spent - lag;
+            const int opponent = static_cast<int>(clock.opponent_time_ms);
+            clock.opponent_time_ms = std::max(0, opponent + pick(-opponent / 10, increment));
+            if (control_moves > 0 && (ply / 2 + 1) % control_moves == 0) clock.own_time_ms += base;
+            ASSERT_LT(clock.own_time_ms, 2000000000);
         }
     }
-    game_ply = 0;
+}
+
+__extension__ using Wide = __int128;
+
+// The budget formulas in numbers that cannot overflow. Divisions truncate.
+Wide wide_budget(const GameClock& clock, int half_moves, bool is_white) {
+    const Wide own = clock.own_time_ms;
+    const Wide share = own / (clock.opponent_time_ms > clock.own_time_ms ? 30 : 20);
+    const Wide increment = clock.level_increment_ms;
+    if (clock.level_moves == 0 && increment == 0) return share;
+    if (clock.level_moves == 0 && increment > 0) return share + increment / 2;
+    const Wide left = Wide{clock.level_moves} - half_moves / 2 - (is_white ? 1 : 0);
+    if (left > 3) return own / (left < 30 ? left : 30);
+    if (left > 0) return (own - 1000) / left;
+    if (left < 0 || clock.control_moves <= 0) return share;
+    return own / (clock.control_moves - clock.control_moves / 10);
+}
+
+// Whatever an interface sends, in numbers of 32 bits as they are read.
+TEST_F(Control, BudgetsOfAnyClock) {
+    constexpr int most = std::numeric_limits<int>::max();
+    std::mt19937 random(7);
+    const auto any = [&random] {
+        constexpr std::array<int, 12> special = {0,  1,   2,    3,     4,    -1,
+                                                 -2, 100, 6000, -6000, most, -most};
+        const auto bits = random();
+        if (bits % 3 != 0) return special[bits / 3 % special.size()];
+        return static_cast<int>(random() >> (random() % 32)) * (bits % 2 == 0 ? 1 : -1);
+    };
+    for (int round = 0; round < 200000; ++round) {
+        const int moves = any();
+        GameClock clock{moves, round % 2 == 0 ? moves : any(), any() * std::int64_t{1000},
+                        any() * std::int64_t{10}, any() * std::int64_t{10}};
+        const int half_moves = std::abs(any());
+        const bool is_white = round % 4 < 2;
+        const Wide exact = wide_budget(clock, half_moves, is_white);
+        const Wide clamped = std::clamp<Wide>(exact, -most, most);
+        int left = 20;
+        GameClock after = clock;
+        ASSERT_EQ(allocate_time(after, left, half_moves, is_white), clamped) << "round " << round;
+        ASSERT_GT(left, 0);
+
+        set_budget_by_clock(clock, half_moves, is_white);
+        ASSERT_LE(time_budget_ms, time_limit_ms);
+        ASSERT_LE(time_limit_ms, std::max<std::int64_t>(clock.own_time_ms, 0));
+    }
+}
+
+TEST_F(Control, MemoryLimitsOfGroups) {
+    namespace fs = std::filesystem;
+    constexpr std::uint64_t none = std::numeric_limits<std::uint64_t>::max();
+    const fs::path root = fs::path(testing::TempDir()) / "tarsimo-groups";
+    fs::remove_all(root);
+    fs::create_directories(root / "outer" / "inner");
+    const auto limit = [&root](const std::string& group, const std::string& text) {
+        std::ofstream(root / group / "memory.max") << text << '\n';
+    };
+    EXPECT_EQ(group_memory_limit(root, ""), none);
+    EXPECT_EQ(group_memory_limit(root, "outer/inner"), none);
+    limit("outer/inner", "max");
+    EXPECT_EQ(group_memory_limit(root, "outer/inner"), none);
+    limit("outer", "300000000");
+    EXPECT_EQ(group_memory_limit(root, "outer/inner"), 300000000U) << "a parent's limit counts";
+    limit("outer/inner", "100000000");
+    EXPECT_EQ(group_memory_limit(root, "outer/inner"), 100000000U);
+    EXPECT_EQ(group_memory_limit(root, "outer"), 300000000U);
+    limit("", "200000000");
+    EXPECT_EQ(group_memory_limit(root, ""), 200000000U) << "the only group that a container sees";
+    EXPECT_EQ(group_memory_limit(root, "outer"), 200000000U);
+    fs::remove_all(root);
 }
 
 }  // namespace

@@ -85,6 +85,7 @@ std::string case_figures(const std::string& line) {
         const auto print = [index = find_move(fields[1])] { print_move(index); };
         const std::string console = quoted_output_of(print);
         xboard_mode = true;
+        voice = &cecp_voice;
         return console + " " + quoted_output_of(print);
     }
     if (command == "user") {
@@ -95,19 +96,18 @@ std::string case_figures(const std::string& line) {
         return fields[1] + (made ? " made " : " refused ") + output + " " + position_text();
     }
     if (command == "clock") {
-        moves_left = 77;
-        game_ply = n[5];
-        engine_side = n[6];
-        const int budget = allocate_time(n[0], n[1], n[2], n[3], n[4]);
-        return std::to_string(budget) + " left " + std::to_string(moves_left) + " level " +
-               std::to_string(n[2]);
+        int left = 77;
+        GameClock clock{n[2], n[3], n[4], n[0], n[1]};
+        const int budget = allocate_time(clock, left, n[5], n[6] == WHITE);
+        return std::to_string(budget) + " left " + std::to_string(left) + " level " +
+               std::to_string(clock.level_moves);
     }
     if (command == "stop") {
         stop_test_enabled = true;
         start_clock_ago(n[0]);
         time_budget_ms = n[1];
         moves_left = n[2];
-        first_root_move = n[3] != 0;
+        root.first_root_move = n[3] != 0;
         time_extended = n[4] != 0;
         time_limit_ms = n[5];
         return input_pending() ? "stop" : "on";

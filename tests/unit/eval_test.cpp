@@ -96,6 +96,7 @@ SquareSet walked(int sq, std::initializer_list<int> steps, bool slides) {
 
 TEST_F(Evaluation, SetsOfAttacksAgreeWithTheBoard) {
     const int positions = visit_random_positions(24, 120, [] {
+        reset_eval_outputs();
         eval_setup();
         for (int index = 0; index < 64; ++index) {
             const int sq = square_of_bit(index);
@@ -110,14 +111,73 @@ TEST_F(Evaluation, SetsOfAttacksAgreeWithTheBoard) {
 
 TEST_F(Evaluation, SetUpOutputs) {
     set_up("4k3/p2p4/3p4/8/P2P4/3P4/7P/4K3 w - -");
+    reset_eval_outputs();
     eval_setup();
     const auto squares_of = [](const PieceList& list) {
-        return std::vector<int>(list.squares.begin(), list.squares.begin() + list.size);
+        return std::vector<int>(list.begin(), list.end());
     };
-    EXPECT_EQ(squares_of(white_list), (std::vector<int>{E1, H2, D3, A4, D4}));
-    EXPECT_EQ(squares_of(black_list), (std::vector<int>{D6, A7, D7, E8}));
-    EXPECT_EQ(white_rear_pawn, (std::array<int, 10>{8, 4, 8, 8, 3, 8, 8, 8, 2, 8}));
-    EXPECT_EQ(black_rear_pawn, (std::array<int, 10>{1, 7, 1, 1, 7, 1, 1, 1, 1, 1}));
+    EXPECT_EQ(squares_of(white_eval.list), (std::vector<int>{E1, H2, D3, A4, D4}));
+    EXPECT_EQ(squares_of(black_eval.list), (std::vector<int>{D6, A7, D7, E8}));
+    EXPECT_EQ(white_eval.rear_pawn, (std::array<int, 10>{8, 4, 8, 8, 3, 8, 8, 8, 2, 8}));
+    EXPECT_EQ(black_eval.rear_pawn, (std::array<int, 10>{1, 7, 1, 1, 7, 1, 1, 1, 1, 1}));
+}
+
+// The outputs of one colour as they are before any term has run.
+void expect_no_findings(const EvalSide& us) {
+    EXPECT_EQ(us.list.size, 0);
+    EXPECT_EQ(us.attacks, decltype(us.attacks){});
+    EXPECT_EQ(us.occupied | us.pawns | us.pieces | us.passed | us.safe | us.king_zone, 0U);
+    EXPECT_EQ(us.king_attack_count + us.king_attackers + us.bishops[0] + us.bishops[1], 0);
+    EXPECT_EQ(us.count, decltype(us.count){});
+    EXPECT_EQ(us.development, 0);
+}
+
+// Whatever exit a call takes, it leaves nothing behind of the position before.
+TEST_F(Evaluation, EveryExitResetsTheOutputs) {
+    const char* const rich = "r1bq1rk1/ppp2ppp/2n2n2/3pp3/1b1PP3/2N2N2/PPPBBPPP/R2QK2R w KQ -";
+    const auto evaluate_after_rich = [&](const char* fen, int alpha, int beta) {
+        set_position_fen(rich);
+        evaluate(-INF, INF);
+        set_position_fen(fen);
+        evaluate(alpha, beta);
+        expect_no_findings(white_eval);
+        expect_no_findings(black_eval);
+        for (const std::size_t file : {0, 1, 4, 8, 9}) {
+            EXPECT_EQ(white_eval.rear_pawn[file], 8);
+            EXPECT_EQ(black_eval.rear_pawn[file], 1);
+        }
+    };
+    evaluate_after_rich("4k3/8/8/8/8/8/8/3NK3 w - -", -INF, INF);
+    EXPECT_EQ(white_eval.piece_material, 320);
+    evaluate_after_rich("4k3/3p4/8/8/8/8/3P4/3QK3 w - -", 0, 1);
+    EXPECT_EQ(eval_lazy_count, 1U);
+    EXPECT_TRUE(endgame_flag);
+    EXPECT_EQ(white_eval.piece_material, 990);
+
+    set_position_fen(rich);
+    evaluate(-INF, INF);
+    evaluate(-INF, INF);
+    EXPECT_EQ(eval_hash_count, 1U);
+    expect_no_findings(white_eval);
+}
+
+// What a border square of a table holds is read by nobody and fixed all the same.
+TEST_F(Evaluation, TablesHaveTheirBorders) {
+    for (const SquareTables* tables : {&white_middlegame_tables, &white_endgame_tables}) {
+        const bool endgame = tables == &white_endgame_tables;
+        const SquareTables& mirrored = endgame ? black_endgame_tables : black_middlegame_tables;
+        for (int type = PAWN; type <= KING; ++type) {
+            for (int sq = 0; sq < BOARD_SIZE; ++sq) {
+                const int value = tables->by_type[at(type)][at(sq)];
+                EXPECT_EQ(mirrored.by_type[at(type)][at(mirror_square[at(sq)])], value);
+                const bool kept = endgame && type == QUEEN && sq % 10 == 0 && sq >= 70 && sq <= 90;
+                if (on_board(sq)) continue;
+                EXPECT_EQ(value, kept ? -10 * (sq / 10 - 6) : 0) << sq;
+            }
+        }
+    }
+    EXPECT_EQ(square_colour[A1] + square_colour[H8] + square_colour[D4], 3);
+    EXPECT_EQ(square_colour[A1 - 1] + square_colour[A8] + square_colour[H1], 0);
 }
 
 }  // namespace

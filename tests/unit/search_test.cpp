@@ -96,9 +96,9 @@ TEST_F(Search, TableSpeaksAgainstRules) {
 TEST_F(Search, NullMoveScores) {
     const auto result = [](int opponent_score, int depth, bool allow_null = true) {
         set_up(START_FEN);
-        make_null_move();
+        const int ep_square_before = make_null_move();
         tt_store(BOUND_EXACT, 20, opponent_score, 0, 0);
-        unmake_null_move();
+        unmake_null_move(ep_square_before);
         return searched(-1, 0, depth, allow_null);
     };
     EXPECT_EQ(result(-500, 10), 500);
@@ -175,9 +175,9 @@ TEST_F(Search, ReplySearchReturnsTheCuttingScore) {
     EXPECT_EQ(hash_move.to, D5);
     EXPECT_EQ(history[2][E4][D5], 2) << "half the depth, not squared; captures gain it too";
     EXPECT_EQ(killer2[0].from, 0);
-    int best_reply = 0;
     reset_search();
-    EXPECT_EQ(search_root_replies(INF, 4, best_reply), best_reply);
+    const RootReplies replies = search_root_replies(INF, 4);
+    EXPECT_EQ(replies.best, replies.score);
 }
 
 // Deepest nodes: the evaluation answers, and nothing is written behind the tables.

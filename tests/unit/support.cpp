@@ -12,12 +12,14 @@ StartUp start_up{};
 
 void Engine::SetUp() {
     xboard_mode = false;
+    voice = &console_voice;
     init_engine();
     zobrist = start_up.keys;
     side_key = start_up.side_key;
     compute_hash_key();
     reset_search();
-    stop_test_enabled = stop_requested = pondering = first_root_move = time_extended = false;
+    stop_test_enabled = stop_requested = pondering = time_extended = false;
+    root = {};
     start_clock_ago(0);
 }
 
@@ -115,7 +117,7 @@ void start_clock_ago(int elapsed) {
 std::string output_of(const std::function<void()>& function) {
     ::testing::internal::CaptureStdout();
     function();
-    std::fflush(stdout);
+    flush_output();
     return ::testing::internal::GetCapturedStdout();
 }
 

@@ -44,6 +44,22 @@ TEST_F(Terms, AreCountedAsListed) {
     }
 }
 
+// Where the final score is a quarter of what the terms give, no other cut comes on top.
+TEST_F(Terms, DrawishPawnlessEndingsAreCutOnce) {
+    for (const char* fen : {"4k3/8/8/8/3r4/8/8/R3KN2 w - -", "4k3/8/8/8/3r4/8/8/R3KB2 b - -",
+                            "4k3/8/8/8/3r4/8/8/2B1KN2 w - -", "2b1kr2/8/8/8/3R4/8/8/4K3 w - -"}) {
+        set_up(fen);
+        evaluate(-INF, INF);
+        EXPECT_EQ(eval_trace.divisor, 4) << fen;
+        EXPECT_EQ(eval_trace.scale, FULL_SCALE) << fen;
+    }
+    // Two rooks against a queen, beyond that band, are cut as a lead without pawns.
+    set_up("3qk3/8/8/8/8/8/8/R3K2R w - -");
+    evaluate(-INF, INF);
+    EXPECT_EQ(eval_trace.divisor, 1);
+    EXPECT_LT(eval_trace.scale, FULL_SCALE);
+}
+
 }  // namespace
 
 }  // namespace tarsimo::test

@@ -1,8 +1,11 @@
 // tarsimo-margins: is the lazy exit of the evaluation sound? It takes the material balance for
 // the score where that is far outside the bounds, so the full score must seldom be farther from
 // the balance than the margin. Reported by class of position.
-#include "control/control.h"
-#include "eval/eval.h"
+#include "board/position.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "eval/evaluate.h"
+#include "eval/setup.h"
 #include "search/search.h"
 #include "tools/text_file.h"
 #include "tools/tuning/options.h"
@@ -70,13 +73,14 @@ int main(int argc, char** argv) {
             continue;
         }
         set_position_fen(position->fen);
-        const int score = evaluate(-MATE_BOUND, MATE_BOUND);
+        const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
         const int balance = side * (white_material - black_material);
-        Class& part = white_pieces + black_pieces == 0 ? pawns
-                      : endgame_flag                   ? endgame
-                      : std::min(white_piece_material, black_piece_material) > MIDDLEGAME_MATERIAL
-                          ? middlegame
-                          : transition;
+        Class& part =
+            white_pieces + black_pieces == 0 ? pawns
+            : endgame_flag                   ? endgame
+            : std::min(white_eval.piece_material, black_eval.piece_material) > MIDDLEGAME_MATERIAL
+                ? middlegame
+                : transition;
         // The searches themselves see to the mates of a bare king.
         if (white_pawns + black_pawns == 0) continue;
         part.errors.push_back(std::abs(score - balance));

@@ -1,5 +1,6 @@
 // tarsimo-positions: quiet positions with their labels out of the games of tarsimo-selfplay.
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/think.h"
 #include "tools/text_file.h"
 #include "tools/tuning/extract.h"
 #include "tools/tuning/options.h"

@@ -3,7 +3,9 @@
 // The games stand in the order of their numbers whatever the number of workers, and each game
 // depends on seed and number alone. The position is program-wide, so the workers are processes;
 // each sends its games through a pipe.
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/think.h"
+#include "search/search.h"
 #include "tools/text_file.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/player.h"

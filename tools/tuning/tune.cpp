@@ -1,5 +1,7 @@
 // tarsimo-tune: tunes all weights of the evaluation at once on labelled positions.
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/think.h"
 #include "tools/text_file.h"
 #include "tools/tuning/optimizer.h"
 #include "tools/tuning/options.h"
