@@ -296,7 +296,8 @@ int evaluate(int alpha, int beta) {
 
     // Cache. The stored score keeps the damping of its own fifty-move count.
     EvalCacheEntry& entry = eval_cache[hash_key % eval_cache_size];
-    if (!EVAL_TRACED && entry.key == hash_key && entry.side == side && entry.score != NO_SCORE) {
+    if (!caches_bypassed && entry.key == hash_key && entry.side == side &&
+        entry.score != NO_SCORE) {
         ++eval_hash_count;
         return entry.score;
     }

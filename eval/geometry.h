@@ -1,8 +1,11 @@
-/// Files, ranks and colours of squares, as the owner of a piece sees them.
+/// Files, ranks, colours and pawns of squares, as the owner of a piece sees them.
 #ifndef TARSIMO_EVAL_GEOMETRY_H
 #define TARSIMO_EVAL_GEOMETRY_H
 
 #include "board/board.h"
+#include "board/position.h"
+
+#include <algorithm>
 
 namespace tarsimo {
 
@@ -17,11 +20,20 @@ template <int Us> constexpr int own_rank(int sq) {
     return Us == WHITE ? square_rank[at(sq)] : 9 - square_rank[at(sq)];
 }
 
+/// Index of a rank within a group of ranks `first` to `last`; pawns that a set-up has put on the
+/// first or last rank of the board count with their neighbours.
+constexpr int rank_index(int rank, int first, int last) {
+    return std::clamp(rank, first, last) - first;
+}
+
 /// The square of white's board that stands for it on the own colour's: the rank mirror for
 /// black.
 template <int Us> constexpr int own_square(int sq) {
     return Us == WHITE ? sq : mirror_square[at(sq)];
 }
+
+/// True where a pawn of the colour Us stands.
+template <int Us> bool own_pawn_on(int sq) { return piece_on(sq) == Us * PAWN; }
 
 /// 1 on dark squares (a1 among them), 0 on light ones and on the border.
 inline constexpr auto square_colour = detail::fill_squares(

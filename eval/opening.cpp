@@ -23,7 +23,6 @@ constexpr int FIANCHETTO_SHUT_IN = -20;  // an own pawn stands on its diagonal's
 
 // Index: development steps still missing. Only the first six entries are reached.
 constexpr std::array<int, 8> development_penalty = {0, -5, -20, -35, -50, -65, -80, -100};
-constexpr int DEVELOPMENT_STEPS = 5;
 
 template <int Us> bool stands(int type, int sq) {
     return piece_on(own_square<Us>(sq)) == Us * type;

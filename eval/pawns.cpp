@@ -16,14 +16,6 @@ constexpr std::uint64_t PAWN_CACHE_SIZE = 16384;  // entries of 64 bytes
 
 std::array<PawnTerms, PAWN_CACHE_SIZE> pawn_cache{};
 
-// Index of a rank within a group that starts at rank `first`; pawns that a set-up has put on
-// the first or last rank count with their neighbours.
-constexpr int rank_index(int rank, int first, int last) {
-    return std::clamp(rank, first, last) - first;
-}
-
-template <int Us> bool own_pawn_on(int sq) { return piece_on(sq) == Us * PAWN; }
-
 // Any enemy pawn ahead on the file, which may be a border file.
 template <int Us> bool enemy_ahead(int file, int rank) { return enemy_rear_pawn<Us>(file) > rank; }
 
@@ -149,7 +141,7 @@ void prefetch_pawn_terms() { __builtin_prefetch(&pawn_cache[pawn_key % PAWN_CACH
 
 const PawnTerms& pawn_terms() {
     PawnTerms& entry = pawn_cache[pawn_key % PAWN_CACHE_SIZE];
-    if (EVAL_TRACED || entry.key != pawn_key) compute(entry);
+    if (caches_bypassed || entry.key != pawn_key) compute(entry);
     white_eval.passed = entry.passed[0];
     black_eval.passed = entry.passed[1];
     return entry;

@@ -13,7 +13,6 @@ namespace {
 
 constexpr int ROOK_SHUT_IN_MOBILITY = 3;  // safe squares that a shut-in rook has at most
 constexpr int FIVE_PAWNS = 5;             // material values fit a side with as many pawns
-constexpr int DEVELOPMENT_STEPS = 5;
 
 // The weights of four kinds of pieces stand one behind the other: MATCHES eval/weights.inc.
 static_assert(BISHOP_ON_RANK == KNIGHT_ON_RANK + 8 && ROOK_ON_RANK == BISHOP_ON_RANK + 8 &&

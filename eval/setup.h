@@ -24,6 +24,9 @@ struct PieceList {
     const std::uint8_t* end() const { return squares.data() + size; }
 };
 
+/// Steps of development from which on a side lacks none.
+inline constexpr int DEVELOPMENT_STEPS = 5;
+
 /// What is known of one colour.
 struct EvalSide {
     int piece_material;  ///< centipawns, pawns and king left out

@@ -14,12 +14,6 @@ namespace {
 
 constexpr int OTHER_WING = 3;  // files between the kings
 
-constexpr int rank_index(int rank, int first, int last) {
-    return std::clamp(rank, first, last) - first;
-}
-
-template <int Us> bool own_pawn_on(int sq) { return piece_on(sq) == Us * PAWN; }
-
 // Own and enemy pawns of one file, seen from the king's rank forward.
 template <int Us> int shelter_file(int king, int file, bool king_file) {
     int own = 0;

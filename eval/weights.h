@@ -83,13 +83,16 @@ struct WeightGroup {
 extern const std::array<WeightGroup, WEIGHT_GROUP_COUNT> weight_groups;
 
 // ---------------------------------------------------------------------------
-// Trace: only in the library that the tuning tools and their tests link
+// Trace: only in the library that the tuning tools and the tests link
 // ---------------------------------------------------------------------------
 
 #ifdef TARSIMO_EVAL_TRACE
 constexpr bool EVAL_TRACED = true;
+/// While true no cache answers. Set and reset by evaluate_traced() alone.
+extern bool caches_bypassed;
 #else
 constexpr bool EVAL_TRACED = false;
+constexpr bool caches_bypassed = false;
 #endif
 
 /// A value of each colour: white, black.
@@ -116,7 +119,11 @@ struct EvalTrace {
     int damping;  ///< 20 at full value; less when the fifty-move rule comes near
 };
 
-extern EvalTrace eval_trace;  ///< of the last evaluate()
+/// Of the last evaluate(); what a cache answered is not in it.
+extern EvalTrace eval_trace;
+
+/// evaluate() without bounds and without the caches, so that eval_trace explains the whole score.
+int evaluate_traced();
 
 /// Set one field of the trace, where there is one.
 template <typename Field> inline void record(Field EvalTrace::*field, const Field& value) {

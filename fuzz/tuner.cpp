@@ -1,9 +1,11 @@
 // Fuzz target: the files of the tuning tools. The first byte chooses a reader, for games ('g'),
 // labelled positions ('p') or the list of weights ('w'); the rest is the file. What a reader
 // accepts must be what it says, and everything that the tools do with it is done.
+#include "control/cecp.h"
 #include "control/clock.h"
 #include "control/fen.h"
 #include "control/system.h"
+#include "control/think.h"
 #include "search/search.h"
 #include "session.h"
 #include "tools/fen_check.h"
@@ -115,6 +117,7 @@ void serve() {
     demand(written == static_cast<ssize_t>(text.size()), "the file takes the input");
     const std::string path = "/proc/self/fd/" + std::to_string(descriptor);
 
+    voice = &cecp_voice;
     const Values values = built_in_values();
     Extractor extractor(PER_GAME, 1);
     tool::TextFile file(path);

@@ -4,6 +4,9 @@
 
 namespace tarsimo {
 
+/// Half-plies; at nodes of less depth no move is reduced.
+inline constexpr int LMR_MIN_DEPTH = 6;
+
 /// Reduction of a late move in plies, 0..6.
 ///   depth         of the node in half-plies
 ///   move_number   of the move among the legal ones of the node, from 1

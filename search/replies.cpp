@@ -18,7 +18,6 @@ namespace tarsimo {
 
 namespace {
 
-constexpr int LMR_MIN_DEPTH = 6;  // half-plies
 constexpr int LMR_MIN_REPLY = 4;  // number of the first reply that may be reduced
 
 // Which replies are reduced: by the rule of the reply search, or by that of the root loop.

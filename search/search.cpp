@@ -69,7 +69,6 @@ constexpr int FUTILITY_FEW_PIECES = 4;  // of both sides: up to here the second 
 constexpr int MOVE_PRUNING_MAX_DEPTH = 14;
 constexpr int SEE_PRUNING_MAX_DEPTH = 10;
 constexpr int EXTENSION_MAX_DEPTH = 18;
-constexpr int LMR_MIN_DEPTH = 6;
 constexpr int LMR_MIN_MOVE = 3;  // number of the first move that may be reduced
 constexpr int PRUNING_MIN_MOVE = 2;
 

@@ -120,7 +120,7 @@ int main(int argc, char** argv) {
     init_engine();
     set_position_fen(fen);
 
-    const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
+    const int score = evaluate_traced();
     std::printf("%s\n\n", tuning::position_fen().c_str());
     if (eval_trace.linear) {
         print_way_to_score(print_table(), score);

@@ -32,7 +32,7 @@ TEST_F(Terms, AreCountedAsListed) {
 
         const std::size_t fen = line.find(';') + 2;
         set_up(line.substr(fen, line.find(';', fen) - fen - 1));
-        evaluate(-INF, INF);
+        evaluate_traced();
         EXPECT_TRUE(eval_trace.linear) << line;
         const auto weight = at(group->first + index);
         EXPECT_EQ(eval_trace.counts[0][weight], counts[0]) << line;
@@ -49,13 +49,13 @@ TEST_F(Terms, DrawishPawnlessEndingsAreCutOnce) {
     for (const char* fen : {"4k3/8/8/8/3r4/8/8/R3KN2 w - -", "4k3/8/8/8/3r4/8/8/R3KB2 b - -",
                             "4k3/8/8/8/3r4/8/8/2B1KN2 w - -", "2b1kr2/8/8/8/3R4/8/8/4K3 w - -"}) {
         set_up(fen);
-        evaluate(-INF, INF);
+        evaluate_traced();
         EXPECT_EQ(eval_trace.divisor, 4) << fen;
         EXPECT_EQ(eval_trace.scale, FULL_SCALE) << fen;
     }
     // Two rooks against a queen, beyond that band, are cut as a lead without pawns.
     set_up("3qk3/8/8/8/8/8/8/R3K2R w - -");
-    evaluate(-INF, INF);
+    evaluate_traced();
     EXPECT_EQ(eval_trace.divisor, 1);
     EXPECT_LT(eval_trace.scale, FULL_SCALE);
 }

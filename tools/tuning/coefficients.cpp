@@ -2,9 +2,6 @@
 
 #include "board/position.h"
 
-#include "eval/evaluate.h"
-#include "search/search.h"
-
 namespace tarsimo::tuning {
 
 namespace {
@@ -61,7 +58,7 @@ double linear_score(const Samples& samples, const Sample& sample, const Values& 
 }
 
 bool append_sample(Samples& samples, int& score) {
-    score = side * evaluate(-INFINITE_SCORE, INFINITE_SCORE);
+    score = side * evaluate_traced();
     const EvalTrace& trace = eval_trace;
     if (!trace.linear) return false;
 

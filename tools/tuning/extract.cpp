@@ -17,9 +17,9 @@ namespace tarsimo::tuning {
 
 namespace {
 
-constexpr int FIRST_PLIES = 4;   // of a game, still too much like its random start
-constexpr int LAST_FIFTY = 80;   // later scores fade towards the draw
-constexpr int WON_SCORE = 2000;  // beyond it, mates of bare kings too, there is nothing to learn
+constexpr int FIRST_PLIES = 4;       // of a game, still too much like its random start
+constexpr int LAST_FIFTY = 80;       // later scores fade towards the draw
+constexpr int SETTLED_SCORE = 2000;  // from here on there is nothing to learn, as in KQK
 
 constexpr int MAX_PIECES = 16;  // of a side, pawns and king included
 
@@ -36,7 +36,7 @@ bool is_playable() {
 }
 
 bool is_wanted(const PlayedMove& move) {
-    return fifty < LAST_FIFTY && std::abs(move.score) < WON_SCORE && is_quiet();
+    return fifty < LAST_FIFTY && std::abs(move.score) < SETTLED_SCORE && is_quiet();
 }
 
 }  // namespace
@@ -44,7 +44,7 @@ bool is_wanted(const PlayedMove& move) {
 bool is_quiet() {
     if (in_check()) return false;
     const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
-    return std::abs(score) < WON_SCORE && quiesce(-INFINITE_SCORE, INFINITE_SCORE, 0) == score;
+    return std::abs(score) < SETTLED_SCORE && quiesce(-INFINITE_SCORE, INFINITE_SCORE, 0) == score;
 }
 
 std::vector<LabelledPosition> Extractor::extract(const GameRecord& game, bool& legal) {
