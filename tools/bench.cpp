@@ -1,18 +1,15 @@
 // tarsimo-bench: the project's benchmark. Every position is searched by iterative deepening to
 // its fixed depth from cleared tables. The total of nodes is the signature of the search tree:
 // it is the same in every build, and changes only when the tree does.
-//
-//   tarsimo-bench           all positions at full depth, about 10 s
-//   tarsimo-bench PLIES     no deeper than PLIES: a quick signature
 #include "board/attacks.h"
 #include "control/engine.h"
 #include "control/fen.h"
 #include "control/suite.h"
-#include "control/text.h"
 #include "control/think.h"
 #include "search/hash_memory.h"
 #include "search/search.h"
 #include "search/table.h"
+#include "tools/command_line.h"
 
 #include <algorithm>
 #include <array>
@@ -30,7 +27,14 @@ struct BenchPosition {
     int plies;
 };
 
-constexpr int DEEPEST = 60;
+constexpr int MAX_PLIES = 60;
+
+constexpr char USAGE[] = R"(usage: tarsimo-bench [PLIES]
+
+Searches 33 positions to fixed depths from cleared tables, in about 10 s; with
+PLIES no deeper than that. Prints a line per position, the signature of the
+search tree (the total of nodes) and the speed.
+)";
 
 // Depths of the built-in suite's positions, chosen for like times.
 constexpr std::array<int, SUITE_SIZE> suite_plies = {12, 10, 12, 18, 40, 16, 17,
@@ -97,18 +101,16 @@ class Bench {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const int deepest = argc == 2 ? tarsimo::parse_number(argv[1], DEEPEST) : DEEPEST;
-    if (argc > 2 || deepest < 1) {
-        std::fprintf(stderr, "usage: tarsimo-bench [PLIES]\n");
-        return 2;
+    tool::answer_help(argc, argv, USAGE);
+    int deepest = MAX_PLIES;
+    if (argc > 2 || (argc == 2 && !tool::read_count(argv[1], 1, MAX_PLIES, deepest))) {
+        tool::reject_command_line(USAGE);
     }
-    tarsimo::init_engine();
-    tarsimo::stop_test_enabled = false;
+    init_engine();
+    stop_test_enabled = false;
     Bench bench(deepest);
-    for (int i = 0; i < tarsimo::SUITE_SIZE; ++i) {
-        bench.run({tarsimo::suite_position(i).fen, suite_plies[tarsimo::at(i)]});
-    }
+    for (int i = 0; i < SUITE_SIZE; ++i) { bench.run({suite_position(i).fen, suite_plies[at(i)]}); }
     for (const BenchPosition& position : more_positions) bench.run(position);
     bench.print_result();
-    return EXIT_SUCCESS;
+    return tool::finish_output(EXIT_SUCCESS);
 }

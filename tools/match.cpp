@@ -3,6 +3,7 @@
 #include "tools/match.h"
 
 #include "control/engine.h"
+#include "tools/command_line.h"
 
 #include <getopt.h>
 
@@ -19,10 +20,9 @@ namespace {
 using namespace tarsimo;
 using namespace tarsimo::match;
 
-constexpr int EXIT_USAGE = 2;
-constexpr int MOST_GAMES = 1000000;
-constexpr int MOST_JOBS = 256;
-constexpr int MOST_PLIES = 3000;  // well within the board's history
+constexpr int MAX_GAMES = 1000000;
+constexpr int MAX_JOBS = 256;
+constexpr int MAX_PLIES = 3000;  // well within the board's history
 
 constexpr char USAGE[] =
     R"(usage: tarsimo-match [OPTION]... FIRST SECOND
@@ -39,7 +39,7 @@ with NAME= before it if it is to be called NAME.
       --seed N         order of the openings (1)
   -p, --pgn FILE       where games are added; match-FIRST-SECOND.pgn without it
   -q, --quiet          a line for every tenth of the match, not for every game
-      --log FOLDER     keep what is said to engines and by them
+      --log FOLDER     keep what engines are sent and what they answer
       --sprt E0,E1     stop when E0 or E1 Elo is settled, errors 5 %
       --margin S       seconds by which a clock may be overstepped (0.05)
       --resign CP,N    a game is lost when both sides' last N scores say so by CP
@@ -52,12 +52,12 @@ with NAME= before it if it is to be called NAME.
       --pairs COUNTS   no match: the figures of pairs with 0, 1/2, 1, 3/2, 2 points
 
 Exit status: 0, 1 when an engine was at fault (time, illegal moves, false claims,
-crashes), 2 when the match cannot be played.
+crashes), 2 when the match cannot be played or its games cannot be written, 130,
+143 or 129 after SIGINT (Ctrl-C), SIGTERM or SIGHUP.
 )";
 
 [[noreturn]] void fail(const std::string& message) {
-    std::fprintf(stderr, "tarsimo-match: %s\n", message.c_str());
-    std::exit(EXIT_USAGE);
+    tool::fail(message + " (tarsimo-match --help lists the options)");
 }
 
 std::vector<double> numbers_of(const std::string& text, const std::string& option) {
@@ -117,7 +117,7 @@ struct Arguments {
     Settings settings;
     std::string openings = TARSIMO_OPENINGS;
     unsigned seed = 1;
-    std::string pairs;  // counts to work out instead of a match
+    std::string pairs;  // counts to compute the figures of, instead of a match
 };
 
 enum LongOption { SEED = 1000, LOG, SPRT, MARGIN, RESIGN, DRAW, MAXPLIES, MEMORY, RESTART, PAIRS };
@@ -146,13 +146,13 @@ constexpr std::array<option, 18> long_options = {{
 void read_option(int letter, Arguments& arguments) {
     Settings& settings = arguments.settings;
     switch (letter) {
-        case 'n': settings.games = count_of(optarg, "--games", 1, MOST_GAMES); break;
+        case 'n': settings.games = count_of(optarg, "--games", 1, MAX_GAMES); break;
         case 't':
             if (!parse_time_control(optarg, settings.control)) {
                 fail(std::string("--tc ") + optarg + ": not understood");
             }
             break;
-        case 'j': settings.jobs = count_of(optarg, "--jobs", 1, MOST_JOBS); break;
+        case 'j': settings.jobs = count_of(optarg, "--jobs", 1, MAX_JOBS); break;
         case 'o': arguments.openings = optarg; break;
         case 'p': settings.pgn_path = optarg; break;
         case 'q': settings.quiet = true; break;
@@ -171,14 +171,11 @@ void read_option(int letter, Arguments& arguments) {
         }
         case RESIGN: settings.resign = adjudication_of(optarg, "--resign", 2); break;
         case DRAW: settings.draw = adjudication_of(optarg, "--draw", 3); break;
-        case MAXPLIES:
-            settings.longest_plies = count_of(optarg, "--maxplies", 1, MOST_PLIES);
-            break;
+        case MAXPLIES: settings.longest_plies = count_of(optarg, "--maxplies", 1, MAX_PLIES); break;
         case MEMORY: settings.memory_mb = count_of(optarg, "--memory", 1, 1 << 20); break;
         case RESTART: settings.restart = true; break;
         case PAIRS: arguments.pairs = optarg; break;
-        case 'h': std::fputs(USAGE, stdout); std::exit(EXIT_SUCCESS);
-        default: std::fputs(USAGE, stderr); std::exit(EXIT_USAGE);
+        default: tool::reject_command_line(USAGE);
     }
 }
 
@@ -187,7 +184,7 @@ int print_pairs(const Arguments& arguments) {
     PairCounts pairs{};
     std::copy(counts.begin(), counts.end(), pairs.begin());
     print_figures(arguments.settings, pairs);
-    return EXIT_SUCCESS;
+    return tool::finish_output(EXIT_SUCCESS);
 }
 
 // The same order in every build: the standard's own shuffle is each library's choice.
@@ -201,7 +198,7 @@ void shuffle(std::vector<Opening>& openings, unsigned seed) {
 void read_engines(char** texts, Settings& settings) {
     for (std::size_t i = 0; i < settings.engines.size(); ++i) {
         if (!parse_engine(texts[i], settings.engines[i])) {
-            fail(std::string("no engine: ") + texts[i]);
+            fail(std::string("not an engine: ") + texts[i]);
         }
     }
     if (settings.engines[0].name == settings.engines[1].name) settings.engines[1].name += "-2";
@@ -214,6 +211,7 @@ void read_engines(char** texts, Settings& settings) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    tool::answer_help(argc, argv, USAGE);
     Arguments arguments;
     Settings& settings = arguments.settings;
     parse_time_control("5+0.05", settings.control);
@@ -223,16 +221,13 @@ int main(int argc, char** argv) {
         read_option(letter, arguments);
     }
     if (!arguments.pairs.empty() && optind == argc) return print_pairs(arguments);
-    if (argc - optind != 2 || !arguments.pairs.empty()) {
-        std::fputs(USAGE, stderr);
-        return EXIT_USAGE;
-    }
+    if (argc - optind != 2 || !arguments.pairs.empty()) { tool::reject_command_line(USAGE); }
     read_engines(argv + optind, settings);
 
     init_engine();
     std::string why;
     if (arguments.openings == "-") settings.openings.push_back({INITIAL_FEN, {}});
-    else if (!read_openings(arguments.openings, settings.openings, why)) fail(why);
+    else if (!read_openings(arguments.openings, settings.openings, why)) tool::fail(why);
     shuffle(settings.openings, arguments.seed);
     return run_match(settings);
 }

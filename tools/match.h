@@ -204,6 +204,9 @@ class Engine {
     /// False for an engine that cannot be given a position.
     bool can_set_up() const { return features_.setboard; }
 
+    /// False for a program that has not yet said anything that belongs to CECP.
+    bool has_spoken() const { return has_spoken_; }
+
     /// Start the process and exchange features. Anything but NONE is its fault; `why` tells.
     /// When the worker is to end, the answer is a fault without meaning, here and below.
     Fault start(std::string& why);
@@ -248,6 +251,7 @@ class Engine {
     bool take_line(std::string& line);
     void drop_unread();
     Fault await_features(std::string& why);
+    bool speaks_uci();
     Fault synchronise(Micros patience, std::string& why);
     bool interpret(const std::string& line, Answer& answer);
     bool is_refusal(const std::string& line) const;
@@ -267,6 +271,7 @@ class Engine {
     std::FILE* log_ = nullptr;
     Features features_;
     bool has_worked_ = false;
+    bool has_spoken_ = false;
     int pings_ = 0;
 
     bool going_ = false;             ///< "go" was sent in this game
@@ -303,15 +308,15 @@ struct GameRecord {
 /// How a game ended for the worker.
 enum class GameEnd { FINISHED, STOPPED, IMPOSSIBLE };
 
-/// Play a game between two engines, started as need be; sides by index_of(). Game::IMPOSSIBLE
-/// is a match that cannot be played at all, and the record's reason says why.
+/// Play a game between two engines, started as need be; sides by index_of(). IMPOSSIBLE is a match
+/// that cannot be played at all, and the record's reason says why.
 GameEnd play_game(std::array<Engine*, 2> engines, const Opening& opening, const Settings& settings,
                   GameRecord& record);
 
 /// Serve game numbers from `command_fd` until it ends, with records to `report_fd`.
 [[noreturn]] void run_worker(const Settings& settings, int worker, int command_fd, int report_fd);
 
-/// Play the match. Returns the exit status.
+/// Play the match. Returns the exit status: 128 plus its number after a signal that stopped it.
 int run_match(const Settings& settings);
 
 /// First letters of the lines that a worker sends.
@@ -383,8 +388,9 @@ struct Standing {
 /// Count a game in.
 void add_game(Standing& standing, const GameRecord& record);
 
-/// Append a game to a PGN file. Returns false when it cannot be written.
-bool write_pgn(std::FILE* file, const Settings& settings, const GameRecord& record);
+/// Append a game to a PGN file, all of it or nothing. Returns false, with errno set, when it cannot
+/// be written.
+bool write_pgn(int fd, const Settings& settings, const GameRecord& record);
 
 /// The line after a game: game, result, standing, time gone and time to come.
 void print_progress(const Settings& settings, const Standing& standing, const GameRecord& record,

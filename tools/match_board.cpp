@@ -9,6 +9,7 @@
 #include "tools/match.h"
 
 #include "control/fen.h"
+#include "control/fen_check.h"
 #include "control/notation.h"
 #include "tools/legal_moves.h"
 
@@ -167,25 +168,11 @@ std::string without_marks(const std::string& text) {
     return bare;
 }
 
-bool placement_fits(const std::string& placement) {
-    int rank = 8;
-    int file = 0;
-    for (const char c : placement) {
-        if (c == '/') {
-            if (file != 8 || --rank < 1) return false;
-            file = 0;
-        } else if (c >= '1' && c <= '8') {
-            file += c - '0';
-        } else if (std::string_view("pnbrqkPNBRQK").find(c) != std::string_view::npos) {
-            if ((c == 'p' || c == 'P') && (rank == 1 || rank == 8)) return false;
-            ++file;
-        } else {
-            return false;
-        }
-        if (file > 8) return false;
-    }
-    return rank == 1 && file == 8 && std::count(placement.begin(), placement.end(), 'K') == 1 &&
-           std::count(placement.begin(), placement.end(), 'k') == 1;
+// True for a pawn on the first or the last of eight ranks.
+bool has_misplaced_pawn(const std::string& placement) {
+    const std::string first = placement.substr(placement.rfind('/'));
+    const std::string last = placement.substr(0, placement.find('/'));
+    return (first + last).find_first_of("pP") != std::string::npos;
 }
 
 bool all_in(const std::string& text, std::string_view letters) {
@@ -209,21 +196,17 @@ bool set_up(const std::string& fen, std::string& why) {
     std::istringstream fields(fen);
     std::string placement, mover, castling, ep;
     fields >> placement >> mover >> castling >> ep;
-    const bool ep_fits = ep == "-" || (ep.size() == 2 && ep[0] >= 'a' && ep[0] <= 'h' &&
-                                       ep[1] == (mover == "w" ? '6' : '3'));
-    if (!placement_fits(placement)) why = "the board is none";
-    else if (mover != "w" && mover != "b") why = "the side to move is neither w nor b";
-    else if (castling.empty() || !all_in(castling, "KQkq-")) why = "the castling field is none";
-    else if (!ep_fits) why = "the en-passant field is none";
-    else why.clear();
+    const std::string checked = checked_fen(fen, why);
+    if (why.empty() && has_misplaced_pawn(placement))
+        why = "a pawn stands on its first or last rank";
     if (!why.empty()) return false;
 
     quiet_plies = read_counter(fields, 0);
     full_moves = std::max(read_counter(fields, 1), 1);
-    set_position_fen(placement + " " + mover + " " + castling + " " + ep);
+    set_position_fen(checked);
     search_ply = 0;
     if (is_attacked(side == WHITE ? black_king_sq : white_king_sq, side)) {
-        why = "the side that is not to move stands in check";
+        why = "the side that is not to move is in check";
         return false;
     }
     positions = {position_text(legal_moves())};

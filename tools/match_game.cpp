@@ -14,6 +14,9 @@ namespace {
 // A search to a fixed depth has no clock; an engine is taken for dead after this.
 constexpr Micros DEPTH_PATIENCE = 600 * SECOND;
 
+// The same for the first turn of a program that may be no engine at all.
+constexpr Micros STRANGER_PATIENCE = 60 * SECOND;
+
 // One side of a game in progress.
 struct Player {
     Engine* engine = nullptr;
@@ -111,7 +114,7 @@ GameEnd prepare(Game& game, const Opening& opening, bool& ready) {
             fault = engine.start(why);
         }
         if (fault != Fault::NONE && !engine.has_worked()) {
-            game.record.reason = engine.name() + ": " + why + ", before the first game";
+            game.record.reason = engine.name() + ": " + why;
             return GameEnd::IMPOSSIBLE;
         }
         if (fault == Fault::NONE && opening.fen != INITIAL_FEN && !engine.can_set_up()) {
@@ -127,7 +130,9 @@ GameEnd prepare(Game& game, const Opening& opening, bool& ready) {
 }
 
 Micros turn_limit(const Settings& settings, const Player& player) {
-    if (settings.control.depth > 0) return DEPTH_PATIENCE;
+    if (settings.control.depth > 0) {
+        return player.engine->has_spoken() ? DEPTH_PATIENCE : STRANGER_PATIENCE;
+    }
     const Micros own = settings.control.per_move > 0 ? settings.control.per_move : player.left;
     return own + settings.margin;
 }
@@ -168,6 +173,12 @@ GameEnd play_out(Game& game) {
         const Micros began = now();
         const Micros limit = turn_limit(settings, player);
         const Answer answer = player.engine->await_answer(began + limit);
+        if ((answer.kind == Answer::LATE || answer.kind == Answer::GONE) &&
+            !player.engine->has_spoken()) {
+            game.record.reason =
+                player.engine->name() + " does not speak CECP: it answered neither protover nor go";
+            return GameEnd::IMPOSSIBLE;
+        }
         switch (answer.kind) {
             case Answer::MOVE: break;
             case Answer::STOPPED: return GameEnd::STOPPED;

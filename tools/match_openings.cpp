@@ -2,9 +2,8 @@
 // one of them after hours.
 #include "tools/match.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
+#include "tools/text_file.h"
+
 #include <sstream>
 
 namespace tarsimo::match {
@@ -26,7 +25,7 @@ bool read_moves(const std::string& line, Opening& opening, std::string& why) {
     while (words >> word) {
         const LegalMove move = find_move(word);
         if (move.list_index < 0) {
-            why = "no legal move: " + word;
+            why = "not a legal move: " + tool::printable(word);
             return false;
         }
         play(move);
@@ -51,24 +50,20 @@ bool read_opening(const std::string& line, Opening& opening, std::string& why) {
 }  // namespace
 
 bool read_openings(const std::string& path, std::vector<Opening>& openings, std::string& why) {
-    std::ifstream file(path);
-    std::string line;
-    int number = 0;
-    while (std::getline(file, line)) {
-        ++number;
+    tool::TextFile file(path);
+    for (std::string line; file.next(line);) {
         const auto start = line.find_first_not_of(" \t\r");
         if (start == std::string::npos || line[start] == '#') continue;
         Opening opening;
         if (!read_opening(line, opening, why)) {
-            why = path + ", line " + std::to_string(number) + ": " + why;
+            why = file.place() + ": " + why;
             return false;
         }
         openings.push_back(opening);
     }
-    if (!file.eof()) why = path + ": " + std::strerror(errno);
-    else if (openings.empty()) why = path + ": no opening in it";
-    else return true;
-    return false;
+    why = file.fault();
+    if (why.empty() && openings.empty()) why = "no openings in " + path;
+    return why.empty();
 }
 
 }  // namespace tarsimo::match

@@ -2,6 +2,8 @@
 // whatever a worker or an engine does.
 #include "tools/match.h"
 
+#include "tools/command_line.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -25,8 +27,8 @@ namespace tarsimo::match {
 namespace {
 
 constexpr int EXIT_FAULTS = 1;
-constexpr int EXIT_IMPOSSIBLE = 2;
-constexpr int MOST_ATTEMPTS = 2;                // of a game whose worker dies
+constexpr int EXIT_SIGNAL = 128;                // plus the number of the signal
+constexpr int MAX_ATTEMPTS = 2;                 // of a game whose worker dies
 constexpr Micros STOP_PATIENCE = 4 * SECOND;    // for workers to end their engines
 constexpr Micros ORPHAN_PATIENCE = SECOND / 5;  // for processes that engines have left
 
@@ -43,7 +45,8 @@ struct Worker {
 struct Pool {
     explicit Pool(const Settings& given) : settings(given) {}
     const Settings& settings;
-    std::FILE* pgn = nullptr;
+    int pgn_fd = -1;
+    int unwritten_games = 0;
     std::vector<Worker> workers;
     std::deque<int> games;      // yet to be handed out
     std::vector<int> attempts;  // by game
@@ -55,7 +58,7 @@ struct Pool {
 
 volatile std::sig_atomic_t signal_seen = 0;
 
-void note_signal(int) { signal_seen = 1; }
+void record_signal(int number) { signal_seen = number; }
 
 void close_worker(Worker& worker) {
     for (int* fd : {&worker.command_fd, &worker.report_fd}) {
@@ -153,8 +156,8 @@ void stop(Pool& pool) {
 void count_game(Pool& pool, const GameRecord& record) {
     const Settings& settings = pool.settings;
     add_game(pool.standing, record);
-    if (!write_pgn(pool.pgn, settings, record)) {
-        std::fprintf(stderr, "tarsimo-match: %s: %s\n", settings.pgn_path.c_str(),
+    if (!write_pgn(pool.pgn_fd, settings, record) && pool.unwritten_games++ == 0) {
+        std::fprintf(stderr, "tarsimo-match: cannot write %s: %s\n", settings.pgn_path.c_str(),
                      std::strerror(errno));
     }
     print_progress(settings, pool.standing, record, now() - pool.began);
@@ -179,7 +182,7 @@ void take_line(Pool& pool, Worker& worker, const std::string& line) {
         count_game(pool, record);
         hand_out(pool, worker);
     } else {
-        kill(worker.pid, SIGKILL);  // out of its mind: another one plays the game
+        kill(worker.pid, SIGKILL);  // its records are inconsistent: another one plays the game
     }
 }
 
@@ -199,14 +202,14 @@ bool read_worker(Pool& pool, Worker& worker) {
     }
 }
 
-// A worker has gone, at its time or not: its game is played again, once.
+// A worker has ended, whether it was to or not: its game is played again, once.
 void replace(Pool& pool, std::size_t index) {
     Worker worker = pool.workers[index];
     pool.workers.erase(pool.workers.begin() + static_cast<std::ptrdiff_t>(index));
     end_worker(worker);
     if (worker.game < 0 || pool.stopping) return;
 
-    const bool again = ++pool.attempts[at(worker.game)] < MOST_ATTEMPTS;
+    const bool again = ++pool.attempts[at(worker.game)] < MAX_ATTEMPTS;
     std::fprintf(stderr, "tarsimo-match: the worker of game %d has died; the game is %s\n",
                  worker.game + 1, again ? "played again" : "abandoned");
     if (again) pool.games.push_front(worker.game);
@@ -239,38 +242,60 @@ void serve_workers(Pool& pool, const sigset_t& waiting_signals) {
     }
 }
 
+bool report_unwritable(const std::string& path) {
+    std::fprintf(stderr, "tarsimo-match: cannot write %s: %s\n", path.c_str(),
+                 std::strerror(errno));
+    return false;
+}
+
 bool open_files(Pool& pool) {
     const Settings& settings = pool.settings;
     const std::string& folder = settings.log_folder;
-    if (!folder.empty() && mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST) {
-        std::fprintf(stderr, "tarsimo-match: %s: %s\n", folder.c_str(), std::strerror(errno));
-        return false;
+    if (!folder.empty()) {
+        mkdir(folder.c_str(), 0777);  // or it is there already
+        const int log_folder = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (log_folder < 0 || faccessat(log_folder, ".", W_OK | X_OK, AT_EACCESS) != 0) {
+            return report_unwritable(folder);
+        }
+        close(log_folder);
     }
-    pool.pgn = std::fopen(settings.pgn_path.c_str(), "ae");
-    if (pool.pgn != nullptr) return true;
-    std::fprintf(stderr, "tarsimo-match: %s: %s\n", settings.pgn_path.c_str(),
-                 std::strerror(errno));
-    return false;
+    pool.pgn_fd = open(settings.pgn_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+    return pool.pgn_fd >= 0 || report_unwritable(settings.pgn_path);
+}
+
+// Signals arrive while the parent waits and at no other time. A hangup that whoever started the
+// match wants to be ignored (nohup) stays so. Returns the signals to be blocked while waiting.
+sigset_t catch_signals() {
+    sigset_t blocked, waiting_signals;
+    sigemptyset(&blocked);
+    struct sigaction action = {};
+    struct sigaction before = {};
+    action.sa_handler = record_signal;
+    for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaddset(&blocked, signal_number);
+        sigaction(signal_number, nullptr, &before);
+        if (signal_number == SIGHUP && before.sa_handler == SIG_IGN) continue;
+        sigaction(signal_number, &action, nullptr);
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    sigprocmask(SIG_BLOCK, &blocked, &waiting_signals);
+    return waiting_signals;
+}
+
+int exit_status(const Pool& pool) {
+    if (signal_seen != 0) return EXIT_SIGNAL + signal_seen;
+    if (pool.impossible || pool.unwritten_games > 0) return tool::EXIT_IMPOSSIBLE;
+    return any_fault(pool.standing) || pool.standing.abandoned > 0 ? EXIT_FAULTS : EXIT_SUCCESS;
 }
 
 }  // namespace
 
 int run_match(const Settings& settings) {
     Pool pool(settings);
-    if (!open_files(pool)) return EXIT_IMPOSSIBLE;
+    if (!open_files(pool)) return tool::EXIT_IMPOSSIBLE;
 
-    // Signals arrive while the parent waits and at no other time. Orphans of workers and engines
-    // become children of this process, which then can end them.
-    sigset_t blocked, waiting_signals;
-    sigemptyset(&blocked);
-    struct sigaction action = {};
-    action.sa_handler = note_signal;
-    for (const int signal_number : {SIGINT, SIGTERM, SIGHUP}) {
-        sigaddset(&blocked, signal_number);
-        sigaction(signal_number, &action, nullptr);
-    }
-    std::signal(SIGPIPE, SIG_IGN);
-    sigprocmask(SIG_BLOCK, &blocked, &waiting_signals);
+    const sigset_t waiting_signals = catch_signals();
+    // Orphans of workers and engines become children of this process, which then can end them.
     prctl(PR_SET_CHILD_SUBREAPER, 1);
 
     pool.standing.points.assign(at(settings.games), -1);
@@ -282,16 +307,25 @@ int run_match(const Settings& settings) {
     }
     if (pool.workers.empty()) {
         std::fprintf(stderr, "tarsimo-match: no worker: %s\n", std::strerror(errno));
+        return tool::EXIT_IMPOSSIBLE;
     }
     serve_workers(pool, waiting_signals);
     end_inherited_processes();
-    std::fclose(pool.pgn);
+    // What is left in a network file's cache may be refused only now.
+    if (close(pool.pgn_fd) != 0 && pool.unwritten_games == 0) {
+        report_unwritable(settings.pgn_path);
+        pool.unwritten_games = pool.standing.played;
+    }
     if (!pool.stopping) pool.standing.abandoned = settings.games - pool.standing.played;
 
-    if (pool.impossible && pool.standing.played == 0) return EXIT_IMPOSSIBLE;
-    print_summary(settings, pool.standing, now() - pool.began);
-    if (pool.impossible) return EXIT_IMPOSSIBLE;
-    return any_fault(pool.standing) || pool.standing.abandoned > 0 ? EXIT_FAULTS : EXIT_SUCCESS;
+    if (!pool.impossible || pool.standing.played > 0) {
+        print_summary(settings, pool.standing, now() - pool.began);
+    }
+    if (pool.unwritten_games > 0) {
+        std::fprintf(stderr, "tarsimo-match: %d of %d games are not in %s\n", pool.unwritten_games,
+                     pool.standing.played, settings.pgn_path.c_str());
+    }
+    return tool::finish_output(exit_status(pool));
 }
 
 }  // namespace tarsimo::match

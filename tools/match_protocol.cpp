@@ -15,6 +15,7 @@ namespace {
 
 constexpr Micros FEATURE_PATIENCE = 2 * SECOND;      // as the protocol has it
 constexpr Micros SLOW_START_PATIENCE = 60 * SECOND;  // after "feature done=0"
+constexpr Micros UCI_PATIENCE = SECOND;              // for the answer to "uci"
 constexpr Micros NUDGE_INTERVAL = SECOND / 10;       // for engines that wait for more input
 constexpr Micros START_PATIENCE = 20 * SECOND;       // for the first pong
 constexpr Micros GAME_PATIENCE = 10 * SECOND;        // for the pong before each game
@@ -114,7 +115,7 @@ void Engine::read_features(const std::string& line) {
 
 void Engine::set_feature(const std::string& name, const std::string& value) {
     const bool on = value == "1";
-    features_.any = true;
+    features_.any = has_spoken_ = true;
     if (name == "setboard") features_.setboard = on;
     else if (name == "usermove") features_.usermove = on;
     else if (name == "san") features_.san = on;
@@ -145,6 +146,7 @@ Fault Engine::await_features(std::string& why) {
             return Fault::CRASH;
         }
         while (take_line(line)) {
+            if (starts_with(line, "pong ")) has_spoken_ = true;
             // A prompt may stand before the first features.
             const auto position = line.find("feature ");
             if (position != std::string::npos) read_features(line.substr(position));
@@ -155,16 +157,35 @@ Fault Engine::await_features(std::string& why) {
     return Fault::SILENCE;
 }
 
+// Whether a program that has kept silent so far answers the first question of the other protocol.
+// An engine of CECP's version 1 calls it an error.
+bool Engine::speaks_uci() {
+    send("uci");
+    const Micros deadline = now() + UCI_PATIENCE;
+    std::string line;
+    while (receive(deadline) == Input::SOME && now() < deadline) {
+        while (take_line(line)) {
+            if (line == "uciok") return true;
+        }
+    }
+    return false;
+}
+
 Fault Engine::start(std::string& why) {
     if (!launch(why)) return Fault::CRASH;
     send("xboard\nprotover 2");
     Fault fault = await_features(why);
+    if (fault == Fault::NONE && !has_spoken_ && speaks_uci()) {
+        why = "does not speak CECP but UCI: start it through polyglot";
+        return Fault::SILENCE;
+    }
     if (fault == Fault::NONE) {
         if (features_.memory) send("memory " + std::to_string(around_.memory_mb));
         if (features_.smp) send("cores 1");
         fault = synchronise(START_PATIENCE, why);
     }
     if (fault == Fault::NONE) has_worked_ = true;
+    if (fault == Fault::CRASH && !has_worked_) why = "ended before the first game, " + why;
     return fault;
 }
 
@@ -177,7 +198,10 @@ Fault Engine::synchronise(Micros patience, std::string& why) {
     std::string line;
     for (;;) {
         while (take_line(line)) {
-            if (line == pong) return Fault::NONE;
+            if (line == pong) {
+                has_spoken_ = true;
+                return Fault::NONE;
+            }
             if (starts_with(line, "feature ")) read_features(line);
             if (is_refusal(line)) {
                 why = line;
@@ -260,7 +284,9 @@ Answer Engine::await_answer(Micros deadline) {
         Answer answer;
         answer.arrived = received_at_;
         while (take_line(line)) {
-            if (!interpret(line, answer)) continue;
+            const bool ends_turn = interpret(line, answer);
+            has_spoken_ = has_spoken_ || ends_turn || thought_.seen;
+            if (!ends_turn) continue;
             if (received_at_ > deadline) answer.kind = Answer::LATE;
             return answer;
         }

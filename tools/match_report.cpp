@@ -1,7 +1,11 @@
 // Records of games, PGN, and what the user reads.
 #include "tools/match.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
@@ -187,7 +191,7 @@ void add_game(Standing& standing, const GameRecord& record) {
     else standing.reasons.emplace_back(reason, 1);
 }
 
-bool write_pgn(std::FILE* file, const Settings& settings, const GameRecord& record) {
+bool write_pgn(int fd, const Settings& settings, const GameRecord& record) {
     const std::size_t white = white_engine(record.number);
     std::ostringstream out;
     print_tag(out, "Event", settings.engines[0].name + " - " + settings.engines[1].name);
@@ -208,8 +212,14 @@ bool write_pgn(std::FILE* file, const Settings& settings, const GameRecord& reco
     out << '\n'
         << wrapped(record.moves + " {" + record.reason + "} " + result_text(record.outcome))
         << "\n\n";
-    const std::string text = out.str();
-    return std::fwrite(text.data(), 1, text.size(), file) == text.size() && std::fflush(file) == 0;
+    struct stat before = {};
+    fstat(fd, &before);
+    if (write_all(fd, out.str())) return true;
+    // A part of a game would spoil the games added later.
+    const int error = errno;
+    if (S_ISREG(before.st_mode) && ftruncate(fd, before.st_size) != 0) errno = 0;
+    errno = error;
+    return false;
 }
 
 void print_progress(const Settings& settings, const Standing& standing, const GameRecord& record,

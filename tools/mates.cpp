@@ -1,12 +1,5 @@
 // tarsimo-mates: does the engine win the endings that are won? Random positions with the strong
 // side to move are played out by the engine against itself.
-//
-//   tarsimo-mates ENDING COUNT MILLISECONDS
-//
-// ENDING is KQK, KRK, KBBK, KBNK or KQKR; MILLISECONDS the time for a move. The positions are the
-// same in every run: legal, bishops on both colours, neither mate nor stalemate, and no piece that
-// can be taken at once. A game counts as won when the strong side mates within fifty moves of its
-// own; stalemate, the loss of a piece and a position's third occurrence end it.
 #include "board/attacks.h"
 #include "board/make.h"
 #include "board/move_list.h"
@@ -15,8 +8,8 @@
 #include "control/engine.h"
 #include "control/fen.h"
 #include "control/notation.h"
-#include "control/text.h"
 #include "control/think.h"
+#include "tools/command_line.h"
 #include "tools/legal_moves.h"
 
 #include <algorithm>
@@ -31,9 +24,19 @@ namespace {
 using namespace tarsimo;
 
 constexpr int FIFTY_MOVES = 50;
-constexpr int MOST_GAMES = 100000;
+constexpr int MAX_GAMES = 100000;
 constexpr int NO_OVERTIME = 1;  // moves to the time control: few enough for strict time
 constexpr unsigned SEED = 1912;
+
+constexpr char USAGE[] = R"(usage: tarsimo-mates KQK|KRK|KBBK|KBNK|KQKR COUNT MILLISECONDS
+
+Plays random positions of an ending out, the engine on both sides, with
+MILLISECONDS per move, and counts those won within fifty moves.
+
+The positions are the same in every run: the strong side to move, bishops on
+both colours, neither mate nor stalemate, no piece that can be taken at once.
+Stalemate, the loss of a piece and a third repetition end a game as not won.
+)";
 
 // Plays its moves without a word, and nobody speaks to it.
 constexpr Voice silent_voice = {.min_reported_depth = MAX_ITERATIONS,
@@ -73,19 +76,19 @@ bool black_takes_something() {
                        [](int index) { return move_at(index).captured != 0; });
 }
 
-std::string fen_of(const std::string& men, const std::vector<int>& squares) {
+std::string fen_of(const std::string& pieces, const std::vector<int>& squares) {
     std::string rows = "11111111/11111111/11111111/11111111/11111111/11111111/11111111/11111111";
-    for (std::size_t i = 0; i < men.size(); ++i) {
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
         const int sq = squares[i];
-        rows[at((8 - sq / 8) * 9 - 9 + sq % 8)] = men[i];
+        rows[at((8 - sq / 8) * 9 - 9 + sq % 8)] = pieces[i];
     }
     return rows + " w - -";
 }
 
 // Set up the next random position of the ending that is fit to be played.
 void set_up_random(const Ending& ending, std::mt19937& random) {
-    const std::string men = std::string(ending.white) + ending.black;
-    std::vector<int> squares(men.size());
+    const std::string pieces = std::string(ending.white) + ending.black;
+    std::vector<int> squares(pieces.size());
     for (;;) {
         // The low bits of the raw numbers, so that every library draws the same positions.
         for (int& sq : squares) sq = static_cast<int>(random() % 64);
@@ -96,7 +99,7 @@ void set_up_random(const Ending& ending, std::mt19937& random) {
             const auto dark = [](int sq) { return (sq / 8 + sq % 8) % 2; };
             if (dark(squares[1]) == dark(squares[2])) continue;
         }
-        set_position_fen(fen_of(men, squares));
+        set_position_fen(fen_of(pieces, squares));
         if (in_check() || is_attacked(black_king_sq, WHITE) || !has_legal_move()) continue;
         side = BLACK;
         const bool spoiled = black_takes_something() || !has_legal_move();
@@ -180,18 +183,19 @@ int play_games(const Ending& ending, int count, int milliseconds) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    tool::answer_help(argc, argv, USAGE);
     const std::string name = argc == 4 ? argv[1] : "";
     const auto ending = std::find_if(std::begin(endings), std::end(endings),
                                      [&](const Ending& e) { return name == e.name; });
-    const int count = argc == 4 ? parse_number(argv[2], MOST_GAMES) : 0;
-    const int milliseconds = argc == 4 ? parse_number(argv[3], UNLIMITED_BUDGET_MS) : 0;
-    if (ending == std::end(endings) || count < 1 || milliseconds < 1) {
-        std::fprintf(stderr, "usage: tarsimo-mates KQK|KRK|KBBK|KBNK|KQKR COUNT MILLISECONDS\n");
-        return 2;
+    int count = 0;
+    int milliseconds = 0;
+    if (ending == std::end(endings) || !tool::read_count(argv[2], 1, MAX_GAMES, count) ||
+        !tool::read_count(argv[3], 1, UNLIMITED_BUDGET_MS, milliseconds)) {
+        tool::reject_command_line(USAGE);
     }
 
     init_engine();
     voice = &silent_voice;
     play_games(*ending, count, milliseconds);
-    return EXIT_SUCCESS;
+    return tool::finish_output(EXIT_SUCCESS);
 }

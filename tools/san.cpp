@@ -1,15 +1,8 @@
-// Moves between the notations, for scripts: reads lines of a FEN, a tab and moves in either
-// notation, plays the moves one after the other, and answers each line with one of its own.
-//
-//     r3k2r/8/8/8/8/8/8/R3K2R w KQkq -<TAB>e1g1 Ra3
-//     e1g1:O-O a8a3:Ra3
-//
-// A move that is not legal is answered "?" and ends the line; a position that is none is answered
-// "!" and why, as is one without a legal move. A pawn that reaches the last rank without naming a
-// piece becomes a queen.
+// tarsimo-san: moves between the notations, for scripts.
 #include "tools/match.h"
 
 #include "control/engine.h"
+#include "tools/command_line.h"
 #include "tools/legal_moves.h"
 
 #include <algorithm>
@@ -20,6 +13,20 @@
 namespace {
 
 using namespace tarsimo;
+
+constexpr char USAGE[] = R"(usage: tarsimo-san < LINES
+
+Turns moves from one notation into the other. Reads lines of a FEN, a tab and
+moves in either notation, plays the moves one after the other, and answers each
+line with one of its own:
+
+    r3k2r/8/8/8/8/8/8/R3K2R w KQkq -<TAB>e1g1 Ra3
+    e1g1:O-O a8a3:Ra3
+
+An illegal move is answered "?" and ends the line; a FEN that is no position,
+or one without a legal move, is answered "!" and the reason. A pawn that
+reaches the last rank without naming a piece becomes a queen.
+)";
 
 match::LegalMove find_move(const std::string& word) {
     const match::LegalMove move = match::find_move(word);
@@ -46,11 +53,14 @@ std::string answer(const std::string& line) {
 
 }  // namespace
 
-int main(int argc, char**) {
-    if (argc > 1) {
-        std::cerr << "usage: tarsimo-san < LINES, each a FEN, a tab and moves\n";
-        return 2;
-    }
+int main(int argc, char** argv) {
+    tool::answer_help(argc, argv, USAGE);
+    if (argc > 1) tool::reject_command_line(USAGE);
     init_engine();
-    for (std::string line; std::getline(std::cin, line);) std::cout << answer(line) << std::endl;
+    for (std::string line; std::getline(std::cin, line);) {
+        std::puts(answer(line).c_str());
+        if (std::fflush(stdout) != 0) break;
+    }
+    if (std::ferror(stdin) != 0) tool::fail("cannot read the standard input");
+    return tool::finish_output(EXIT_SUCCESS);
 }

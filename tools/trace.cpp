@@ -1,20 +1,16 @@
 // tarsimo-trace: why a position has the score it has, term by term.
-//
-//   tarsimo-trace "FEN"
-//
-// One row a term, in centipawns: what it is worth to each colour, its middlegame and endgame
-// sums for white before they are mixed, and what it adds to white's lead. The lines below the
-// table follow the lead to the evaluation itself.
 #include "board/position.h"
 #include "control/engine.h"
 #include "control/fen.h"
+#include "control/fen_check.h"
 #include "eval/drawish.h"
 #include "eval/endings.h"
 #include "eval/evaluate.h"
 #include "eval/setup.h"
 #include "eval/weights.h"
 #include "search/search.h"
-#include "tools/tuning/options.h"
+#include "tools/command_line.h"
+#include "tools/text_file.h"
 #include "tools/tuning/records.h"
 
 #include <array>
@@ -24,6 +20,14 @@
 namespace {
 
 using namespace tarsimo;
+
+constexpr char USAGE[] = R"(usage: tarsimo-trace "FEN"
+
+Explains the evaluation of a position: a row per term, in centipawns, with what
+it is worth to each colour, its middlegame and endgame sums for white before
+they are mixed, and what it adds to white's lead. The lines below the table
+follow the lead to the evaluation itself.
+)";
 
 constexpr double FULL_MATERIAL = 6660;  // where the mix is all middlegame
 constexpr double SIDE_MATERIAL = 3330;
@@ -108,18 +112,16 @@ void print_way_to_score(double lead, int score) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) tuning::fail("usage: tarsimo-trace \"FEN\"");
-    const std::string fen = argv[1];
+    tool::answer_help(argc, argv, USAGE);
+    if (argc != 2) tool::reject_command_line(USAGE);
+    std::string why;
+    const std::string fen = checked_fen(argv[1], why);
+    if (!why.empty()) tool::fail("not a position: " + tool::printable(argv[1]) + ": " + why);
     init_engine();
     set_position_fen(fen);
-    const std::string understood = tuning::position_fen();
-    const auto placement = fen.substr(0, fen.find(' '));
-    if (understood.substr(0, understood.find(' ')) != placement) {
-        tuning::fail("not a position: " + fen);
-    }
 
     const int score = evaluate_traced();
-    std::printf("%s\n\n", understood.c_str());
+    std::printf("%s\n\n", tuning::position_fen().c_str());
     if (eval_trace.linear) {
         print_way_to_score(print_table(), score);
     } else if (endgame_flag && is_bare_minor_draw()) {
@@ -128,4 +130,5 @@ int main(int argc, char** argv) {
         std::puts("A special ending, which has a score of its own. No term is looked at.");
     }
     std::printf("evaluate(), side to move  %+9d\n", score);
+    return tool::finish_output(EXIT_SUCCESS);
 }

@@ -15,6 +15,7 @@
 #include "board/move_list.h"
 #include "board/see.h"
 #include "control/fen.h"
+#include "control/fen_check.h"
 #include "control/notation.h"
 #include "control/text.h"
 #include "eval/evaluate.h"
@@ -22,6 +23,7 @@
 #include "search/ordering.h"
 #include "search/search.h"
 #include "search/statistics.h"
+#include "tools/command_line.h"
 
 #include <array>
 #include <cinttypes>
@@ -101,51 +103,79 @@ inline std::string list_figures() {
     return text + "moves " + std::to_string(move_count);
 }
 
-/// A square from its name or its number.
+/// A square from its name or its number on the 10x12 board, 0 for anything else.
 inline int square_number(const std::string& name) {
     if (name.size() == 2 && name[0] >= 'a' && name[0] <= 'h' && name[1] >= '1' && name[1] <= '8') {
         return name[0] - 'a' + 1 + 10 * (name[1] - '0' + 1);
     }
-    return std::atoi(name.c_str());
+    int number = 0;
+    tool::read_count(name, 0, BOARD_SIZE - 1, number);
+    return number;
 }
 
-/// Carries out a command; false when it is not understood. The stop test should be off.
+/// Carry out a command. Returns false when it is not understood, and `figures` then says why. The
+/// stop test should be off.
 inline bool execute(const std::string& line, std::string& figures) {
+    constexpr int MAX_HALF_PLIES = 120;
     const std::string command = first_word(line);
     const std::vector<std::string> fields = split(line, ';');
-    const auto number = [&](std::size_t i) { return std::atoi(fields[i].c_str()); };
+    const auto refuse = [&figures](const std::string& why) {
+        figures = why;
+        return false;
+    };
     const auto rest = [&](const std::string& text) {
         return trimmed(text.substr(text.find(command) + command.size()));
     };
+    const auto set_up_checked = [&](const std::string& text) {
+        const std::string fen = checked_fen(text, figures);
+        if (!fen.empty()) set_up(fen);
+        return !fen.empty();
+    };
+    const auto depth = [&](std::size_t i, int& number) {
+        return tool::read_count(trimmed(fields[i]), 0, MAX_HALF_PLIES, number);
+    };
+    const auto score = [&](std::size_t i, int& number) {
+        return tool::read_count(trimmed(fields[i]), -INFINITE_SCORE, INFINITE_SCORE, number);
+    };
+    int half_plies = 0;
+    int alpha = 0;
+    int beta = 0;
 
     if (command == "moves" || command == "qmoves") {
-        set_up(rest(line));
+        if (!set_up_checked(rest(line))) return false;
         if (command == "moves") generate_moves();
         else generate_captures();
         figures = list_figures();
     } else if (command == "see") {
         const std::string text = rest(line);
         const auto last = text.rfind(' ');
-        if (last == std::string::npos || last == 0) return false;
+        if (last == std::string::npos || last == 0) return refuse("two squares are needed");
         const auto second = text.rfind(' ', last - 1);
-        if (second == std::string::npos) return false;
-        set_up(text.substr(0, second));
+        if (second == std::string::npos) return refuse("two squares are needed");
         const int from = square_number(text.substr(second + 1, last - second - 1));
-        figures = "see " + std::to_string(see(from, square_number(text.substr(last + 1))));
+        const int to = square_number(text.substr(last + 1));
+        if (!on_board(from) || !on_board(to)) return refuse("not two squares of the board");
+        if (!set_up_checked(text.substr(0, second))) return false;
+        if (piece_on(from) == EMPTY) return refuse("no piece on the first square");
+        figures = "see " + std::to_string(see(from, to));
     } else if (command == "eval") {
-        set_up(rest(line));
+        if (!set_up_checked(rest(line))) return false;
         figures = "eval " + std::to_string(evaluate(-INFINITE_SCORE, INFINITE_SCORE));
     } else if (command == "replies" && fields.size() == 3) {
-        set_up(rest(fields[0]));
-        figures = search_figures(search_replies(number(1), number(2)));
+        if (!score(1, beta) || !depth(2, half_plies)) return refuse("a bad bound or depth");
+        if (!set_up_checked(rest(fields[0]))) return false;
+        figures = search_figures(search_replies(beta, half_plies));
     } else if (command == "quiesce" && fields.size() == 3) {
-        set_up(rest(fields[0]));
-        figures = search_figures(quiesce(number(1), number(2), 0));
+        if (!score(1, alpha) || !score(2, beta)) return refuse("a bad bound");
+        if (!set_up_checked(rest(fields[0]))) return false;
+        figures = search_figures(quiesce(alpha, beta, 0));
     } else if (fields.size() == 4) {
-        set_up(fields[0]);
-        figures = search_figures(search(number(2), number(3), number(1), true, in_check()));
+        if (!depth(1, half_plies)) return refuse("a bad depth");
+        if (!score(2, alpha) || !score(3, beta)) return refuse("a bad bound");
+        if (!set_up_checked(trimmed(fields[0]))) return false;
+        figures = search_figures(search(alpha, beta, half_plies, true, in_check()));
     } else {
-        return false;
+        return refuse("no command has this form");
     }
     return true;
 }

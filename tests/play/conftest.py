@@ -54,6 +54,33 @@ THINKING = re.compile(r"(\d+) {1,6}(-?\d+) (\d+) (\d+) {4}"
 MOVE = re.compile(r"move ([a-h][1-8][a-h][1-8][qrbn]?)  ")
 
 
+def default_signals():
+    """For a process that is to be stopped by signals: a shell may have handed them down ignored."""
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        signal.signal(number, signal.SIG_DFL)
+
+
+def processes_with(text):
+    """Command lines of living processes that hold a text."""
+    found = []
+    for entry in Path("/proc").glob("[0-9]*/cmdline"):
+        try:
+            line = entry.read_bytes().replace(b"\0", b" ").decode(errors="replace")
+        except OSError:
+            continue
+        if text in line:
+            found.append(line)
+    return found
+
+
+def assert_no_process_with(text):
+    """Wait until the last one has ended."""
+    deadline = time.monotonic() + PATIENCE
+    while processes_with(text) and time.monotonic() < deadline:
+        time.sleep(0.05)
+    assert processes_with(text) == []
+
+
 def diagram(placement, white_to_move=True):
     """The board that the console shows for the placement field of a FEN text."""
     rows = []

@@ -1,6 +1,7 @@
 """Files of positions: every one searched once, whatever stops the run, and tests scored right."""
 import os
 import re
+import shutil
 import signal
 import subprocess
 import time
@@ -8,7 +9,8 @@ from pathlib import Path
 
 import pytest
 
-from conftest import ENGINE, PATIENCE, REPOSITORY
+from conftest import (ENGINE, PATIENCE, REPOSITORY, assert_no_process_with, default_signals,
+                      processes_with)
 
 ANALYSE = REPOSITORY / "tools" / "analyse"
 SUITE = REPOSITORY / "tests" / "data" / "tactics.epd"
@@ -116,6 +118,56 @@ def test_results_and_scores(analyse, tmp_path):
     assert "comes from another run" in analyse(POSITIONS, "--depth", "6", status=2)[0]
 
 
+# A name and blanks of other alphabets in two encodings, and every byte but newline and quote.
+NAMES = [b"R\xe9ti", "R\u00e9ti".encode(), "\u2028 \u0085 \u00a0".encode(), b"\x85\xa0\x1c\x0c",
+         bytes(set(range(256)) - set(b'\n"'))]
+
+
+def test_bytes_of_names_pass_unchanged(analyse, tmp_path):
+    lines = [b'k7/8/K7/8/8/8/8/6Q1 w - - bm Qb6; id "' + name + b'";' for name in NAMES]
+    lines[0] += b" c0 R\xe9;"
+    (tmp_path / "in.epd").write_bytes(b"\r\n".join(lines) + b"\r\n")
+    for _ in range(2):  # and again, from the results
+        done = subprocess.run([ANALYSE, "in.epd", "--engine", ENGINE, "--depth", "2"], cwd=tmp_path,
+                              env={**os.environ, "LC_ALL": "C"}, capture_output=True, timeout=100,
+                              check=False)
+        assert done.returncode == 0, done
+        results = (tmp_path / "in.epd.results").read_bytes().split(b"\n")[1:-1]
+        assert len(results) == len(lines)
+        for line in lines:
+            assert sum(result.startswith(line) for result in results) == 1, line
+        for name in NAMES:
+            assert b"  " + name + b": Q" in done.stdout
+
+
+@pytest.mark.parametrize("sent, status", [(signal.SIGTERM, 143), (signal.SIGHUP, 129),
+                                          (signal.SIGKILL, -9)])
+def test_a_signal_ends_all_searches(tmp_path, sent, status):
+    (tmp_path / "in.epd").write_text(POSITIONS)
+    engine = stand_in(tmp_path, "")
+    shutil.copy(ENGINE, engine)
+    running = subprocess.Popen([ANALYSE, "in.epd", "--time", "1000", "--engine", engine, "-j", "2"],
+                               cwd=tmp_path, stderr=subprocess.PIPE, text=True,
+                               preexec_fn=default_signals)
+    deadline = time.monotonic() + PATIENCE
+    while len(processes_with(engine)) < 5:  # the run, parallel, two workers, an engine
+        assert time.monotonic() < deadline and running.poll() is None
+        time.sleep(0.05)
+    running.send_signal(sent)
+    complaint = running.communicate(timeout=PATIENCE)[1]
+    assert running.returncode == status and "Traceback" not in complaint
+    assert sent == signal.SIGKILL or "the same command goes on" in complaint
+    assert_no_process_with(str(tmp_path))
+
+
+def test_a_damaged_file_of_results_is_left_alone(analyse, tmp_path):
+    for text, complaint in (("# analyse --depth 2\nnonsense\n", "is damaged"),
+                            ("diary\n", "not a file of results")):
+        (tmp_path / "in.epd.results").write_text(text)
+        assert complaint in analyse(POSITIONS, "--depth", "2", status=2)[0]
+        assert (tmp_path / "in.epd.results").read_text() == text
+
+
 def test_a_stopped_run_goes_on(analyse, tmp_path):
     """Stopped by Ctrl-C, and with a last line that was only half written."""
     long_position = "r1bqkb1r/pppp1ppp/2n2n2/4p3/4P3/2N2N2/PPPP1PPP/R1BQKB1R w KQkq -\n"
@@ -124,7 +176,8 @@ def test_a_stopped_run_goes_on(analyse, tmp_path):
     results = tmp_path / "in.epd.results"
     options = ["--time", "2", "--engine", ENGINE, "-j", "1"]
     running = subprocess.Popen([ANALYSE, "in.epd", *options], cwd=tmp_path,
-                               stderr=subprocess.PIPE, text=True, start_new_session=True)
+                               stderr=subprocess.PIPE, text=True, start_new_session=True,
+                               preexec_fn=default_signals)
     deadline = time.monotonic() + PATIENCE
     while not results.exists() or results.read_text().count("\n") < 3:
         assert time.monotonic() < deadline and running.poll() is None
@@ -151,12 +204,12 @@ def test_time_is_used_up(analyse):
 @pytest.mark.parametrize("line, complaint", [
     ("not a position", "neither FEN nor EPD"),
     ("8/8/8/8/8/8/8 w - -", "neither FEN nor EPD"),
-    ("8/8/8/8/8/8/8/8 w - -", "the board is none"),
-    ("k7/8/K7/8/8/8/8/7Q w - -", "not to move stands in check"),
+    ("8/8/8/8/8/8/8/8 w - -", "not one king of each colour"),
+    ("k7/8/K7/8/8/8/8/7Q w - -", "not to move is in check"),
     ("8/8/8/8/8/k7/p7/K7 w - -", "has no move"),
-    ("k7/8/K7/8/8/8/8/6Q1 w - - bm Qh9;", "bm Qh9 is no legal move"),
-    ("k7/8/K7/8/8/8/8/6Q1 w - - bm Qg8 am;; id", "no operation"),
-    ('k7/8/K7/8/8/8/8/6Q1 w - - id "open;', "no operation"),
+    ("k7/8/K7/8/8/8/8/6Q1 w - - bm Qh9;", "bm Qh9 is not a legal move"),
+    ("k7/8/K7/8/8/8/8/6Q1 w - - bm Qg8 am;; id", "not an operation"),
+    ('k7/8/K7/8/8/8/8/6Q1 w - - id "open;', "not an operation"),
 ])
 def test_bad_lines_are_named_before_anything_is_searched(analyse, line, complaint):
     output, lines = analyse(POSITIONS + line + "\n", "--depth", "2", status=2)

@@ -2,6 +2,7 @@
 figures against such as are known."""
 import os
 import re
+import resource
 import shlex
 import signal
 import subprocess
@@ -11,7 +12,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import ENGINE, PATIENCE
+from conftest import ENGINE, PATIENCE, assert_no_process_with, default_signals
 
 ENVIRONMENT = {**os.environ, "PATH": os.environ.get("PATH", "") + os.pathsep + "/usr/games"}
 MATCH = os.environ.get("TARSIMO_MATCH", str(Path(ENGINE).with_name("tarsimo-match")))
@@ -194,26 +195,6 @@ def test_ends_without_fault(play, scripted, tmp_path, fen, white, black, last, s
 
 # --- the whole match ---------------------------------------------------------
 
-def left_behind(tmp_path):
-    """Command lines of living processes that name the test's folder."""
-    found = []
-    for entry in Path("/proc").glob("[0-9]*/cmdline"):
-        try:
-            line = entry.read_bytes().replace(b"\0", b" ").decode(errors="replace")
-        except OSError:
-            continue
-        if str(tmp_path) in line:
-            found.append(line)
-    return found
-
-
-def assert_nobody_left(tmp_path):
-    deadline = time.monotonic() + PATIENCE
-    while left_behind(tmp_path) and time.monotonic() < deadline:
-        time.sleep(0.05)
-    assert left_behind(tmp_path) == []
-
-
 def test_engine_against_itself(play, tmp_path):
     """Positions and moves as openings, two workers: every opening with both colours."""
     (tmp_path / "openings").write_text(
@@ -234,7 +215,7 @@ def test_engine_against_itself(play, tmp_path):
     assert pgn.count('[FEN "r3k2r/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/R3K2R w KQkq - 0 7"]') == 2
     # The same engine at the same depth plays the same games: each pair is level.
     assert "pairs by points 0 .. 2: 0 0 4 0 0" in output
-    assert_nobody_left(tmp_path)
+    assert_no_process_with(str(tmp_path))
 
 
 @pytest.mark.alone
@@ -286,27 +267,122 @@ def test_worker_dies(play, scripted, tmp_path):
     output, _ = play("-n", "1", "-t", "3", "-o", "-", scripted("bad", "", "murder"),
                      scripted("good", "e7e5", "resign"), status=1)
     assert "0 of 1 games" in output and "games abandoned: 1" in output
-    assert_nobody_left(tmp_path)
+    assert_no_process_with(str(tmp_path))
 
 
-@pytest.mark.parametrize("sent, to_parent", [(signal.SIGINT, True), (signal.SIGKILL, False)])
-def test_interruption(scripted, tmp_path, sent, to_parent):
-    """Ctrl-C gives the partial result; even after a kill nobody stays, grandchildren included."""
+@pytest.mark.parametrize("sent, status", [
+    (signal.SIGINT, 130), (signal.SIGTERM, 143), (signal.SIGHUP, 129), (signal.SIGKILL, -9)])
+def test_interruption(scripted, tmp_path, sent, status):
+    """A signal gives the partial result and a status of its own; even after a kill nobody stays,
+    grandchildren included."""
     engine = scripted("slow", "", "mute")
     wrapped = engine.replace("=", "=" + shlex.join(["sh", "-c", "trap '' TERM; \"$@\"; :", "sh"])
                              + " ", 1)
     match = subprocess.Popen([MATCH, "-n", "9", "-j", "2", "-t", "sd=1", "-o", "-",
                               "-p", str(tmp_path / "games.pgn"), wrapped, engine],
-                             cwd=tmp_path, stdout=subprocess.PIPE, text=True)
+                             cwd=tmp_path, stdout=subprocess.PIPE, text=True,
+                             preexec_fn=default_signals)
     deadline = time.monotonic() + PATIENCE
     while "go" not in "".join(f.read_text() for f in tmp_path.glob("heard-*")).split():
         assert time.monotonic() < deadline and match.poll() is None
         time.sleep(0.05)
     match.send_signal(sent)
     output, _ = match.communicate(timeout=PATIENCE)
-    if to_parent:
-        assert "stopped" in output and "0 of 9 games" in output and match.returncode == 0
-    assert_nobody_left(tmp_path)
+    assert match.returncode == status
+    assert sent == signal.SIGKILL or ("stopped" in output and "0 of 9 games" in output)
+    assert_no_process_with(str(tmp_path))
+
+
+def test_a_match_under_nohup_outlives_its_terminal(scripted, tmp_path):
+    def ignore_hangup():
+        default_signals()
+        signal.signal(signal.SIGHUP, signal.SIG_IGN)
+
+    engines = (scripted("a", "0.9 e2e4", "resign"), scripted("b", "0.5 e7e5", "resign"))
+    match = subprocess.Popen([MATCH, "-n", "1", "-t", "5", "-o", "-", "-p", "games.pgn", *engines],
+                             cwd=tmp_path, stdout=subprocess.PIPE, text=True,
+                             preexec_fn=ignore_hangup)
+    deadline = time.monotonic() + PATIENCE
+    while "go" not in "".join(f.read_text() for f in tmp_path.glob("heard-*")).split():
+        assert time.monotonic() < deadline and match.poll() is None
+        time.sleep(0.05)
+    match.send_signal(signal.SIGHUP)
+    output, _ = match.communicate(timeout=PATIENCE)
+    assert match.returncode == 0 and "1 of 1 games" in output
+
+
+@pytest.mark.parametrize("white, engine, message", [
+    (True, "{python} -c 'import time; time.sleep(60)'", "it answered neither protover nor go"),
+    (False, "cat", "it answered neither protover nor go"),
+    (True, "yes move", "it answered neither protover nor go"),
+    (True, "sed -n /go/q", "it answered neither protover nor go"),
+    (False, "{python} uci.py", "but UCI: start it through polyglot"),
+])
+def test_a_program_that_is_no_engine_loses_no_game(scripted, tmp_path, white, engine, message):
+    """It is called what it is, and the match cannot be played."""
+    (tmp_path / "uci.py").write_text(
+        "import sys\n"
+        "for line in iter(sys.stdin.readline, ''):\n"
+        "    print('uciok' if line == 'uci\\n' else 'Unknown command', flush=True)\n")
+    stranger = "stranger=" + engine.format(python=sys.executable)
+    sound = scripted("sound", "e2e4", "mute")
+    engines = (stranger, sound) if white else (sound, stranger)
+    done = subprocess.run([MATCH, "-p", "games.pgn", "-n", "2", "-t", "0.5", "-o", "-", *engines],
+                          cwd=tmp_path, capture_output=True, text=True, timeout=60, check=False)
+    assert done.returncode == 2 and done.stdout == "", done
+    assert re.fullmatch(rf"tarsimo-match: stranger:? does not speak CECP.*{message}\n",
+                        done.stderr), done.stderr
+    assert (tmp_path / "games.pgn").read_text() == ""
+    assert_no_process_with(str(tmp_path))
+
+
+def test_an_engine_of_the_first_protocol_version_plays(play, tmp_path):
+    """No features, no pong, nothing but moves: it speaks all the same, and then may be late."""
+    (tmp_path / "old.py").write_text(
+        "import sys, time\n"
+        "for line in iter(sys.stdin.readline, ''):\n"
+        "    if line == 'go\\n': print('move e2e4', flush=True)\n"
+        "    if line == 'e7e5\\n': time.sleep(60)\n"
+        "    if line == 'quit\\n': break\n")
+    (tmp_path / "reply.py").write_text(
+        (tmp_path / "old.py").read_text().replace("e2e4", "e7e5"))
+    output, _ = play("-n", "1", "-t", "0.5", "-o", "-", f"old={sys.executable} old.py",
+                     f"reply={sys.executable} reply.py", status=1)
+    assert faults(output) == {"old": [1, 0, 0, 0, 0, 0], "reply": [0] * 6}, output
+
+
+@pytest.mark.parametrize("pgn, output, complaint", [
+    ("/dev/full", None, "cannot write /dev/full: No space left on device\n"),
+    ("games.pgn", "/dev/full", "cannot write the output\n"),
+])
+def test_full_disk(scripted, tmp_path, pgn, output, complaint):
+    """The match is played, one sentence says what is lost, and so does the status."""
+    engines = (scripted("a", "", "resign"), scripted("b", "e7e5", "resign"))
+    with open(output or os.devnull, "w", encoding="ascii") as report:
+        done = subprocess.run([MATCH, "-p", pgn, "-n", "4", "-t", "5", "-o", "-", *engines],
+                              cwd=tmp_path, stdout=report, stderr=subprocess.PIPE, text=True,
+                              timeout=PATIENCE, check=False)
+    assert done.returncode == 2 and done.stderr.count(complaint) == 1, done
+    assert output or "4 of 4 games are not in /dev/full" in done.stderr
+
+
+def test_half_a_game_is_taken_back_from_a_full_disk(scripted, tmp_path):
+    """A limit of the file's size stands for the disk: whole games stay, the rest is not begun."""
+    pgn = tmp_path / "games.pgn"
+    command = [MATCH, "-p", str(pgn), "-n", "4", "-t", "5", "-o", "-",
+               scripted("a", "", "resign"), scripted("b", "", "resign")]
+
+    def limit():
+        resource.setrlimit(resource.RLIMIT_FSIZE, (700, 700))
+        signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+
+    done = subprocess.run(command, cwd=tmp_path, capture_output=True, text=True,
+                          timeout=PATIENCE, check=False, preexec_fn=limit)
+    assert done.returncode == 2, done
+    lost = int(re.search(r"(\d) of 4 games are not in", done.stderr)[1])
+    assert 1 <= lost <= 3
+    check_pgn(tmp_path, 4 - lost)
+    assert pgn.read_text().endswith("\n\n")
 
 
 @pytest.mark.parametrize("arguments, opening, message", [
@@ -317,16 +393,21 @@ def test_interruption(scripted, tmp_path, sent, to_parent):
     (["-j", "-3", "a", "b"], None, "-3"),
     (["--sprt", "5,0", "a", "b"], None, "--sprt 5,0"),
     (["--pairs", "1,2,3"], None, "5 numbers"),
-    (["a", "x="], None, "no engine: x="),
+    (["a", "x="], None, "not an engine: x="),
     (["-p", "/nowhere/x.pgn", ENGINE, ENGINE], None, "/nowhere/x.pgn"),
     (["-o", "/nowhere", ENGINE, ENGINE], None, "/nowhere"),
+    (["-o", "/proc", ENGINE, ENGINE], None, "cannot read /proc: Is a directory"),
+    (["-o", "/dev/zero", ENGINE, ENGINE], None, "/dev/zero, line 1: a line without end"),
+    (["--log", "/proc/version", ENGINE, ENGINE], None, "/proc/version: Not a directory"),
     ([ENGINE, "/nowhere/engine"], None, "No such file"),
-    ([ENGINE, "false"], None, "false: exit status 1"),
-    ([ENGINE, ENGINE], "# nothing\n", "no opening"),
-    ([ENGINE, ENGINE], "e2e4\ne2e5\n", "line 2: no legal move: e2e5"),
+    ([ENGINE, "false"], None, "false: ended before the first game, exit status 1"),
+    ([ENGINE, ENGINE], "# nothing\n", "no openings in openings"),
+    ([ENGINE, ENGINE], "e2e4\ne2e5\n", "line 2: not a legal move: e2e5"),
     ([ENGINE, ENGINE], "8/8/8/8/8/8/8/K6k x - -\n", "line 1: the side to move"),
     ([ENGINE, ENGINE], "8/8/8/8/8/8/8/K5kR b - - x\n8/8/8/8/8/8/7R/K6k w - -\n", "in check"),
-    ([ENGINE, ENGINE], "8/8/8/8/8/8/8/K5kP w - -\n", "the board is none"),
+    ([ENGINE, ENGINE], "8/8/8/8/8/8/8/K5kP w - -\n", "line 1: a pawn stands on its first"),
+    ([ENGINE, ENGINE], "8/8/8/8/8/8/8/8 w - -\n", "line 1: there is not one king of each"),
+    ([ENGINE, ENGINE], "e2e4\n\x1b[2J\x00\n", "line 2: not a legal move: ?[2J?"),
     ([ENGINE, ENGINE], "7k/8/8/8/8/8/8/K7 w - -\n", "the game is over: insufficient"),
 ])
 def test_what_cannot_be_played(tmp_path, arguments, opening, message):

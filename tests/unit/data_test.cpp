@@ -182,6 +182,24 @@ TEST_F(Data, Trees) {
     }
 }
 
+// What the tree tool cannot set up or search gets a reason, and no figures of something else.
+TEST_F(Data, TreeCommandsWithoutSenseAreRefused) {
+    const std::string fen = "4k3/8/8/3p4/4P3/8/8/4K3 w - -";
+    std::string figures;
+    ASSERT_TRUE(tree::execute("see " + fen + " e4 d5", figures));
+    ASSERT_TRUE(tree::execute(fen + " ; 2 ; -10 ; 10", figures));
+    for (const std::string& bad :
+         {std::string("eval 8/8/8/8/8/8/8/8 w - -"), std::string("moves x"), std::string("see"),
+          "see " + fen + " e4 999999", "see " + fen + " e4 20", "see " + fen + " -1 d5",
+          "see " + fen + " e5 d5", fen + " ; -1 ; -10 ; 10", fen + " ; 999999 ; -10 ; 10",
+          fen + " ; 2 ; x ; 10", fen + " ; 2 ; -99999 ; 10", "quiesce " + fen + " ; 0",
+          "replies " + fen + " ; 0 ; many"}) {
+        figures.clear();
+        EXPECT_FALSE(tree::execute(bad, figures)) << bad;
+        EXPECT_FALSE(figures.empty()) << bad;
+    }
+}
+
 TEST_F(Data, Cases) {
     const auto lines = data_lines("cases.txt");
     ASSERT_GT(lines.size(), 100U);

@@ -120,16 +120,33 @@ TEST_F(Tuning, RecordsSurviveTheirText) {
         EXPECT_EQ(legal_moves().size(), legal) << fen;  // castling rights are the same
         EXPECT_EQ(side, before.side);
     });
-    const std::string line = std::string(START_FEN) + ";e2e4/35 e7e5/-20;0.5";
+    const std::string fen = "4k3/8/8/8/8/8/4P3/4K3 w - -";
+    const std::string line = fen + ";e2e4/35 e8d7/-20;0.5";
     ASSERT_TRUE(parse_game(line));
     EXPECT_EQ(format_game(*parse_game(line)), line);
-    EXPECT_EQ(parse_position("8/8 w - -;1;-35")->opinion, -35);
-    EXPECT_EQ(parse_position("8/8 w - -;0")->result, 0);
-    for (const char* bad : {"", "fen;e2e4/35", "fen;e2e4;1", "fen;e2e4/x;1", "fen;e2e4/3;2"}) {
-        EXPECT_FALSE(parse_game(bad)) << bad;
+    EXPECT_EQ(parse_position(fen + ";1;-35")->opinion, -35);
+    EXPECT_EQ(parse_position(fen + ";0")->result, 0);
+    // Blanks that the engine would take for fields are gone.
+    EXPECT_EQ(parse_position("  4k3/8/8/8/8/8/4P3/4K3\tw  -  - 0 1;1")->fen, fen);
+    for (const char* bad :
+         {"", ";e2e4/35", ";e2e4;1", ";e2e4/x;1", ";e2e4/3;2", ";e2e4/100001;1"}) {
+        EXPECT_FALSE(parse_game(fen + bad)) << bad;
     }
-    for (const char* bad : {"", "fen", "fen;", "fen;2", "fen;1;", "fen;1;x", "fen;1;2;3"}) {
-        EXPECT_FALSE(parse_position(bad)) << bad;
+    for (const char* bad : {"", ";", ";2", ";1;", ";1;x", ";1;2;3", ";1;-99999999999"}) {
+        EXPECT_FALSE(parse_position(fen + bad)) << bad;
+    }
+}
+
+// The engine sets up something for any text; a tool must not take that for what was meant.
+TEST_F(Tuning, LinesWithoutAPositionAreRefused) {
+    for (const char* bad :
+         {"", "fen", "8/8/8/8/8/8/8/8 w - -", "4k3/8/8/8/8/8/8/4K2 w - -",
+          "4k3/8/8/8/8/8/8/4K22 w - -", "4k3/8/8/8/8/8/8/4K3/8 w - -", "4k3/8/8/8/8/8/4K3 w - -",
+          "4k3/8/8/8/8/8/8/K3K3 w - -", "4k3/8/8/8/8/8/8/4X3 w - -", "4k3/8/8/8/8/8/8/4K3",
+          "4k3/8/8/8/8/8/8/4K3 x - -", "4k3/8/8/8/8/8/8/4K3 w", "4k3/8/8/8/8/8/8/4K3 w Kx -",
+          "4k3/8/8/8/8/8/8/4K3 w -", "4k3/8/8/8/8/8/8/4K3 w - e3", "4k3/8/8/8/8/8/8/4K3 b - e33"}) {
+        EXPECT_FALSE(parse_game(std::string(bad) + ";;1")) << bad;
+        EXPECT_FALSE(parse_position(std::string(bad) + ";1")) << bad;
     }
 }
 
@@ -209,9 +226,15 @@ TEST_F(Tuning, ExtractedPositionsAreQuiet) {
     EXPECT_GE(seen.size(), 60);
     EXPECT_LE(won_exchanges * 20, seen.size());
 
-    bool legal = true;
-    EXPECT_TRUE(extractor.extract({START_FEN, {{"e2e5", 0}}, 1}, legal).empty());
-    EXPECT_FALSE(legal);
+    // An illegal move, a king that can be taken, and more pieces than a game has.
+    for (const GameRecord& none :
+         {GameRecord{START_FEN, {{"e2e5", 0}}, 1},
+          GameRecord{"4k3/4R3/8/8/8/8/8/4K3 w - -", {{"e7e8", 0}}, 1},
+          GameRecord{"4k3/8/8/8/8/PPPPPPPP/PPPPPPPP/4K3 w - -", {{"a3a4", 0}}, 1}}) {
+        bool legal = true;
+        EXPECT_TRUE(extractor.extract(none, legal).empty());
+        EXPECT_FALSE(legal) << none.start;
+    }
 }
 
 TEST_F(Tuning, TunerRecoversPlantedWeights) {

@@ -9,6 +9,7 @@
 #include "tools/legal_moves.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <utility>
 
@@ -19,6 +20,20 @@ namespace {
 constexpr int FIRST_PLIES = 4;       // of a game, still too much like its random start
 constexpr int LAST_FIFTY = 80;       // later scores fade towards the draw
 constexpr int SETTLED_SCORE = 2000;  // from here on there is nothing to learn, as in KQK
+
+constexpr int MAX_PIECES = 16;  // of a side, pawns and king included
+
+// A position that a game can have, as far as is needed here: the king of the side that is not to
+// move cannot be taken, and no side has more pieces than it began with. With dozens of pieces the
+// quiescence search does not end within minutes.
+bool is_playable() {
+    std::array<int, 2> pieces{};
+    for (int sq = A1; sq <= H8; ++sq) {
+        if (piece_on(sq) != EMPTY && piece_on(sq) != OFFBOARD) ++pieces[piece_on(sq) > 0 ? 0 : 1];
+    }
+    return std::max(pieces[0], pieces[1]) <= MAX_PIECES &&
+           !is_attacked(side == WHITE ? black_king_sq : white_king_sq, side);
+}
 
 bool is_wanted(const PlayedMove& move) {
     return fifty < LAST_FIFTY && std::abs(move.score) < SETTLED_SCORE && is_quiet();
@@ -36,6 +51,7 @@ std::vector<LabelledPosition> Extractor::extract(const GameRecord& game, bool& l
     std::vector<std::pair<std::uint64_t, LabelledPosition>> found;
     set_position_fen(game.start);
     legal = false;
+    if (!is_playable()) return {};
     int ply = 0;
     for (const PlayedMove& move : game.moves) {
         if (++ply > FIRST_PLIES && is_wanted(move) && !seen_.contains(hash_key)) {

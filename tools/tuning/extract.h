@@ -22,8 +22,8 @@ class Extractor {
 
     /// The chosen quiet positions of a game in the order of play, with the game's result. Left
     /// out: the first plies, decided positions, moves near the fifty-move draw, and positions
-    /// that an earlier call gave. Empty for a game with an illegal move, which also sets `legal`
-    /// to false.
+    /// that an earlier call gave. Empty for a game with an illegal move or start, which also sets
+    /// `legal` to false.
     std::vector<LabelledPosition> extract(const GameRecord& game, bool& legal);
 
   private:

@@ -1,21 +1,20 @@
 // tarsimo-margins: is the lazy exit of the evaluation sound? It takes the material balance for
 // the score where that is far outside the bounds, so the full score must seldom be farther from
-// the balance than the margin. Told by class of position.
-//
-//   tarsimo-margins POSITIONS
+// the balance than the margin. Reported by class of position.
 #include "board/position.h"
 #include "control/engine.h"
 #include "control/fen.h"
 #include "eval/evaluate.h"
 #include "eval/setup.h"
 #include "search/search.h"
+#include "tools/text_file.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/records.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -23,6 +22,12 @@ namespace {
 
 using namespace tarsimo;
 using namespace tarsimo::tuning;
+
+constexpr char USAGE[] = R"(usage: tarsimo-margins POSITIONS
+
+Compares the full evaluation of labelled positions with their material balance,
+against the margins of the evaluation's lazy exit.
+)";
 
 constexpr int MIDDLEGAME_MATERIAL = 2169;  // each side has more piece material
 
@@ -51,19 +56,22 @@ void print(Class& part) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    const auto files = read_options(argc, argv, 1, "tarsimo-margins POSITIONS", {});
-    std::ifstream in(files[0]);
-    if (!in) fail("cannot read " + files[0]);
+    const auto files = read_options(argc, argv, 1, USAGE, {});
+    tool::TextFile in(files[0]);
     init_engine();
 
     Class middlegame{"middlegame", 350, {}};
     Class transition{"transition", 520, {}};
     Class endgame{"endgame", 520, {}};
     Class pawns{"pawn ending", 520, {}};
-    std::string line;
-    while (std::getline(in, line)) {
+    std::uint64_t measured = 0;
+    std::uint64_t left_out = 0;
+    for (std::string line; in.next(line);) {
         const auto position = parse_position(line);
-        if (!position) continue;
+        if (!position) {
+            ++left_out;
+            continue;
+        }
         set_position_fen(position->fen);
         const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
         const int balance = side * (white_material - black_material);
@@ -73,8 +81,16 @@ int main(int argc, char** argv) {
             : std::min(white_eval.piece_material, black_eval.piece_material) > MIDDLEGAME_MATERIAL
                 ? middlegame
                 : transition;
-        // The mates of a bare king are told apart by the searches themselves.
-        if (white_pawns + black_pawns > 0) part.errors.push_back(std::abs(score - balance));
+        // The searches themselves see to the mates of a bare king.
+        if (white_pawns + black_pawns == 0) continue;
+        part.errors.push_back(std::abs(score - balance));
+        ++measured;
     }
+    if (!in.fault().empty()) tool::fail(in.fault());
+    if (measured == 0) tool::fail("no labelled positions with pawns in " + files[0]);
     for (Class* part : {&middlegame, &transition, &endgame, &pawns}) print(*part);
+    if (left_out > 0) {
+        std::fprintf(stderr, "lines not understood and left out: %" PRIu64 "\n", left_out);
+    }
+    return tool::finish_output(EXIT_SUCCESS);
 }

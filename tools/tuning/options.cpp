@@ -1,15 +1,13 @@
 #include "tools/tuning/options.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace tarsimo::tuning {
 
 namespace {
-
-constexpr int BAD_INPUT = 2;
 
 template <typename Number> bool read_number(const std::string& text, Number& number) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -18,7 +16,9 @@ template <typename Number> bool read_number(const std::string& text, Number& num
 
 bool assign(const OptionTarget& target, const std::string& text) {
     if (const auto* whole = std::get_if<std::uint64_t*>(&target)) return read_number(text, **whole);
-    if (const auto* real = std::get_if<double*>(&target)) return read_number(text, **real);
+    if (const auto* real = std::get_if<double*>(&target)) {
+        return read_number(text, **real) && std::isfinite(**real);
+    }
     **std::get_if<std::string*>(&target) = text;
     return true;
 }
@@ -27,7 +27,11 @@ bool assign(const OptionTarget& target, const std::string& text) {
 
 std::vector<std::string> read_options(int argc, char** argv, std::size_t files, const char* usage,
                                       std::initializer_list<Option> options) {
-    const auto reject = [usage](const std::string& reason) { fail(reason + "\nusage: " + usage); };
+    tool::answer_help(argc, argv, usage);
+    const auto reject = [usage](const std::string& reason) {
+        std::fprintf(stderr, "%s: %s\n", program_invocation_short_name, reason.c_str());
+        tool::reject_command_line(usage);
+    };
     std::vector<std::string> names;
     for (int i = 1; i < argc; ++i) {
         if (std::strncmp(argv[i], "--", 2) != 0) {
@@ -47,9 +51,10 @@ std::vector<std::string> read_options(int argc, char** argv, std::size_t files, 
     return names;
 }
 
-void fail(const std::string& message) {
-    std::fprintf(stderr, "%s\n", message.c_str());
-    std::exit(BAD_INPUT);
+void require_writable(const std::string& path) {
+    std::FILE* file = std::fopen(path.c_str(), "ae");
+    if (file == nullptr) tool::fail("cannot write " + path + ": " + std::strerror(errno));
+    std::fclose(file);
 }
 
 }  // namespace tarsimo::tuning

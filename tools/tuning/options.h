@@ -1,6 +1,8 @@
-/// Command lines of the tuning tools.
+/// Command lines of the tuning tools: file names and options with a value.
 #ifndef TARSIMO_TOOLS_TUNING_OPTIONS_H
 #define TARSIMO_TOOLS_TUNING_OPTIONS_H
+
+#include "tools/command_line.h"
 
 #include <cstdint>
 #include <initializer_list>
@@ -18,14 +20,14 @@ struct Option {
     OptionTarget target;
 };
 
-/// Read "--name value" pairs, each at most once and in any place, and the `files` file names,
-/// which are returned. A command line that is not understood prints the usage and ends the
-/// program with status 2.
+/// Read "--name value" pairs in any place and the `files` file names, which are returned. --help
+/// and a command line that is not understood end the program with the usage.
 std::vector<std::string> read_options(int argc, char** argv, std::size_t files, const char* usage,
                                       std::initializer_list<Option> options);
 
-/// Print a message and end the program with status 2.
-[[noreturn]] void fail(const std::string& message);
+/// End the program with a sentence unless a file can be written. It is created when there is none,
+/// and keeps what is in it.
+void require_writable(const std::string& path);
 
 }  // namespace tarsimo::tuning
 

@@ -1,13 +1,14 @@
 // tarsimo-positions: quiet positions with their labels out of the games of tarsimo-selfplay.
-//
-//   tarsimo-positions GAMES FILE [--per-game N] [--seed N]
 #include "control/engine.h"
 #include "control/think.h"
+#include "tools/text_file.h"
 #include "tools/tuning/extract.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/progress.h"
 
+#include <cinttypes>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -16,13 +17,34 @@ namespace {
 using namespace tarsimo;
 using namespace tarsimo::tuning;
 
+constexpr char USAGE[] = R"(usage: tarsimo-positions GAMES FILE [OPTION]...
+
+Writes quiet positions, each with the result of its game, out of the games of
+tarsimo-selfplay.
+
+  --per-game N   positions of a game at most (24)
+  --seed N       which of them (1)
+)";
+
+bool is_game_line(const std::string& line) { return !line.empty() && line[0] != '#'; }
+
 std::uint64_t count_games(const std::string& path) {
-    std::ifstream in(path);
-    if (!in) fail("cannot read " + path);
+    tool::TextFile in(path);
     std::uint64_t games = 0;
-    std::string line;
-    while (std::getline(in, line)) games += line.empty() || line[0] == '#' ? 0 : 1;
+    for (std::string line; in.next(line);) games += is_game_line(line) ? 1 : 0;
+    if (!in.fault().empty()) tool::fail(in.fault());
+    if (games == 0) tool::fail("no games in " + path);
     return games;
+}
+
+// The open output. It must not be the input, which opening it would empty.
+std::ofstream open_output(const std::string& path, const std::string& input) {
+    std::error_code none;
+    if (std::filesystem::equivalent(path, input, none)) {
+        tool::fail(path + " is the file of games itself");
+    }
+    require_writable(path);
+    return std::ofstream(path);
 }
 
 }  // namespace
@@ -31,22 +53,21 @@ int main(int argc, char** argv) {
     std::uint64_t per_game = 24;
     std::uint64_t seed = 1;
     const auto files =
-        read_options(argc, argv, 2, "tarsimo-positions GAMES FILE [--per-game N] [--seed N]",
-                     {{"--per-game", &per_game}, {"--seed", &seed}});
-    Progress progress("games", count_games(files[0]));
+        read_options(argc, argv, 2, USAGE, {{"--per-game", &per_game}, {"--seed", &seed}});
+    const std::uint64_t total = count_games(files[0]);
+    std::ofstream out = open_output(files[1], files[0]);
+    Progress progress("games", total);
     init_engine();
     stop_test_enabled = false;
 
-    std::ifstream in(files[0]);
-    std::ofstream out(files[1]);
+    tool::TextFile in(files[0]);
     Extractor extractor(per_game, seed);
     std::uint64_t games = 0;
     std::uint64_t written = 0;
     std::uint64_t bad_games = 0;
-    std::string line;
     const auto note = [&written] { return ", " + std::to_string(written) + " positions"; };
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == '#') continue;
+    for (std::string line; in.next(line);) {
+        if (!is_game_line(line)) continue;
         bool legal = false;
         if (const auto game = parse_game(line)) {
             for (const LabelledPosition& position : extractor.extract(*game, legal)) {
@@ -56,11 +77,13 @@ int main(int argc, char** argv) {
         }
         if (!legal) ++bad_games;
         progress.update(++games, note());
+        if (!out) break;
     }
+    if (!out.flush()) tool::fail("cannot write " + files[1]);
+    if (!in.fault().empty()) tool::fail(in.fault());
     progress.finish(games, note());
+    if (bad_games == games) tool::fail("no line of " + files[0] + " is a game");
     if (bad_games > 0) {
-        std::fprintf(stderr, "games not understood and left out: %llu\n",
-                     static_cast<unsigned long long>(bad_games));
+        std::fprintf(stderr, "games not understood and left out: %" PRIu64 "\n", bad_games);
     }
-    if (!out.flush()) fail("cannot write " + files[1]);
 }

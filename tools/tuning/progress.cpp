@@ -37,7 +37,7 @@ void Progress::finish(std::uint64_t done, const std::string& note) {
 
 void Progress::print(std::uint64_t done, const std::string& note) {
     const double elapsed = std::max(seconds(), 1e-6);
-    const double rate = static_cast<double>(done - first_) / elapsed;
+    const double rate = (static_cast<double>(done) - static_cast<double>(first_)) / elapsed;
     std::fprintf(stderr, "%" PRIu64 " of %" PRIu64 " %s, %.0f/s, %.0f s", done, total_, what_, rate,
                  elapsed);
     if (rate > 0 && done < total_) {

@@ -3,10 +3,11 @@
 #include "board/make.h"
 #include "board/move_list.h"
 #include "board/position.h"
-
+#include "control/fen_check.h"
 #include "control/notation.h"
 
 #include <charconv>
+#include <cstdlib>
 #include <string_view>
 
 namespace tarsimo::tuning {
@@ -53,9 +54,10 @@ std::string castling_rights() {
     return text.empty() ? "-" : text;
 }
 
-bool read_integer(std::string_view text, int& value) {
+bool read_score(std::string_view text, int& value) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return error == std::errc() && end == text.data() + text.size();
+    return error == std::errc() && end == text.data() + text.size() && value >= -MAX_SCORE &&
+           value <= MAX_SCORE;
 }
 
 std::optional<double> read_result(std::string_view text) {
@@ -119,14 +121,16 @@ std::optional<GameRecord> parse_game(const std::string& line) {
     const auto fields = split(line, ';');
     if (fields.size() != 3) return std::nullopt;
     const auto result = read_result(fields[2]);
-    if (!result) return std::nullopt;
+    std::string why;
+    const std::string start = checked_fen(std::string(fields[0]), why);
+    if (!result || start.empty()) return std::nullopt;
 
-    GameRecord game{std::string(fields[0]), {}, *result};
+    GameRecord game{start, {}, *result};
     if (fields[1].empty()) return game;
     for (const std::string_view word : split(fields[1], ' ')) {
         const auto slash = word.find('/');
         int score = 0;
-        if (slash == std::string_view::npos || !read_integer(word.substr(slash + 1), score)) {
+        if (slash == std::string_view::npos || !read_score(word.substr(slash + 1), score)) {
             return std::nullopt;
         }
         game.moves.push_back({std::string(word.substr(0, slash)), score});
@@ -138,12 +142,14 @@ std::optional<LabelledPosition> parse_position(const std::string& line) {
     const auto fields = split(line, ';');
     if (fields.size() != 2 && fields.size() != 3) return std::nullopt;
     const auto result = read_result(fields[1]);
-    if (!result) return std::nullopt;
+    std::string why;
+    const std::string fen = checked_fen(std::string(fields[0]), why);
+    if (!result || fen.empty()) return std::nullopt;
 
-    LabelledPosition position{std::string(fields[0]), *result, std::nullopt};
+    LabelledPosition position{fen, *result, std::nullopt};
     if (fields.size() == 3) {
         int opinion = 0;
-        if (!read_integer(fields[2], opinion)) return std::nullopt;
+        if (!read_score(fields[2], opinion)) return std::nullopt;
         position.opinion = opinion;
     }
     return position;

@@ -28,6 +28,9 @@ int find_root_move(const std::vector<int>& legal, std::string_view name);
 /// Make a move of the root list as a move of the game; the next position is the root again.
 void play_root_move(int index);
 
+/// Scores and opinions lie within this distance of 0; a search gives none beyond.
+constexpr int MAX_SCORE = 100000;
+
 struct PlayedMove {
     std::string name;
     int score;  ///< centipawns for the side that made the move
@@ -41,7 +44,8 @@ struct GameRecord {
 
 std::string format_game(const GameRecord& game);
 
-/// Nothing when the line is no game.
+/// Nothing when the line is not a game: a position to start from, moves with scores, a result.
+/// Whether the moves are legal is not looked at.
 std::optional<GameRecord> parse_game(const std::string& line);
 
 /// "1", "0.5" or "0".
@@ -53,7 +57,7 @@ struct LabelledPosition {
     std::optional<int> opinion;  ///< second opinion, centipawns for white
 };
 
-/// Nothing when the line is no labelled position.
+/// Nothing when the line is not a labelled position.
 std::optional<LabelledPosition> parse_position(const std::string& line);
 
 }  // namespace tarsimo::tuning

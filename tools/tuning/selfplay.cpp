@@ -1,13 +1,12 @@
 // tarsimo-selfplay: games of the engine against itself, for tuning.
 //
-//   tarsimo-selfplay FILE [--games N] [--nodes N] [--seed N] [--workers N]
-//
-// One game a line, in the order of their numbers whatever the number of workers, and each game
-// depends on seed and number alone. A run that was stopped goes on where its file ends. The
-// position is program-wide, so the workers are processes; each sends its games through a pipe.
+// The games stand in the order of their numbers whatever the number of workers, and each game
+// depends on seed and number alone. The position is program-wide, so the workers are processes;
+// each sends its games through a pipe.
 #include "control/engine.h"
 #include "control/think.h"
 #include "search/search.h"
+#include "tools/text_file.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/player.h"
 #include "tools/tuning/progress.h"
@@ -30,6 +29,19 @@ namespace {
 using namespace tarsimo;
 using namespace tarsimo::tuning;
 
+constexpr char USAGE[] = R"(usage: tarsimo-selfplay FILE [OPTION]...
+
+Writes games of the engine against itself, one per line. A run that was stopped
+goes on where its file ends.
+
+  --games N     number of games (60000)
+  --nodes N     a search begins no iteration after N nodes (1000)
+  --seed N      starts and keys (1)
+  --workers N   processes; all processors without it
+)";
+
+constexpr char HEADER_START[] = "# nodes ";
+
 struct Settings {
     std::uint64_t games = 60000;
     std::uint64_t nodes = 1000;
@@ -43,7 +55,7 @@ struct Worker {
 };
 
 std::string header_of(const Settings& settings) {
-    return "# nodes " + std::to_string(settings.nodes) + " seed " + std::to_string(settings.seed);
+    return HEADER_START + std::to_string(settings.nodes) + " seed " + std::to_string(settings.seed);
 }
 
 // Distinct well-mixed numbers for distinct games (the finaliser of SplitMix64, Steele, Lea and
@@ -55,29 +67,43 @@ std::uint64_t seed_of_game(std::uint64_t seed, std::uint64_t game) {
     return z ^ (z >> 31);
 }
 
+// Ends the program unless the first line of a file is the header of these settings, or the start of
+// it where the line was cut short.
+void require_header(const std::string& path, const std::string& line, bool cut,
+                    const Settings& settings) {
+    const std::string header = header_of(settings);
+    if (cut ? header.starts_with(line) : line == header) return;
+    if (!line.starts_with(HEADER_START)) tool::fail(path + " is not a file of games");
+    tool::fail(path + " was begun with other settings: " + tool::printable(line));
+}
+
 // Games already in the file; a last line that was cut short is removed. A new file gets its
-// header. Ends the program when the file belongs to other settings.
+// header. Ends the program when the file belongs to other settings or to somebody else.
 std::uint64_t resume(const std::string& path, const Settings& settings) {
     std::uint64_t lines = 0;
     std::uint64_t whole = 0;
-    std::string line;
-    {
-        std::ifstream in(path);
-        while (std::getline(in, line) && !in.eof()) {
-            if (lines == 0 && line != header_of(settings)) {
-                fail(path + " was begun with other settings: " + line);
-            }
-            ++lines;
+    std::error_code error;
+    if (std::filesystem::exists(path, error)) {
+        const std::uint64_t size = std::filesystem::file_size(path, error);
+        if (error) tool::fail("cannot write " + path + ": " + error.message());
+        tool::TextFile in(path);
+        for (std::string line; in.next(line); ++lines) {
+            const bool cut = whole + line.size() == size;
+            if (lines == 0) require_header(path, line, cut, settings);
+            if (cut) break;
             whole += line.size() + 1;
         }
+        if (!in.fault().empty()) tool::fail(in.fault());
     }
+    require_writable(path);
     if (lines > 0) {
-        std::filesystem::resize_file(path, whole);
+        std::filesystem::resize_file(path, whole, error);
+        if (error) tool::fail("cannot write " + path + ": " + error.message());
         return lines - 1;
     }
     std::ofstream out(path, std::ios::trunc);
     out << header_of(settings) << '\n';
-    if (!out.flush()) fail("cannot write " + path);
+    if (!out.flush()) tool::fail("cannot write " + path);
     return 0;
 }
 
@@ -93,12 +119,15 @@ std::uint64_t resume(const std::string& path, const Settings& settings) {
     std::_Exit(EXIT_SUCCESS);
 }
 
-Worker start_worker(const Settings& settings, std::uint64_t first) {
+Worker start_worker(const Settings& settings, std::uint64_t first,
+                    const std::vector<Worker>& others) {
     int ends[2];
-    if (pipe(ends) != 0) fail("cannot make a pipe");
+    if (pipe(ends) != 0) tool::fail(std::string("cannot make a pipe: ") + std::strerror(errno));
     const pid_t process = fork();
-    if (process < 0) fail("cannot start a worker");
+    if (process < 0) { tool::fail(std::string("cannot start a worker: ") + std::strerror(errno)); }
     if (process == 0) {
+        // A worker notices the end of its reader only if no other worker holds its pipe.
+        for (const Worker& other : others) close(fileno(other.games));
         close(ends[0]);
         run_worker(ends[1], settings, first);
     }
@@ -119,7 +148,7 @@ void play(const std::string& path, const Settings& settings) {
     const std::uint64_t done = resume(path, settings);
     std::vector<Worker> workers;
     for (std::uint64_t i = 0; i < settings.workers; ++i) {
-        workers.push_back(start_worker(settings, done + i));
+        workers.push_back(start_worker(settings, done + i, workers));
     }
 
     std::ofstream out(path, std::ios::app);
@@ -128,9 +157,9 @@ void play(const std::string& path, const Settings& settings) {
     std::string line;
     for (std::uint64_t game = done; game < settings.games; ++game) {
         if (!read_game(workers[(game - done) % settings.workers].games, line)) {
-            fail("a worker ended early; start again to go on");
+            tool::fail("a worker ended early; start again to go on");
         }
-        if (!(out << line).flush()) fail("cannot write " + path);
+        if (!(out << line).flush()) tool::fail("cannot write " + path);
         positions += static_cast<std::uint64_t>(std::count(line.begin(), line.end(), '/'));
         progress.update(game + 1, ", " + std::to_string(positions) + " moves");
     }
@@ -142,13 +171,12 @@ void play(const std::string& path, const Settings& settings) {
 
 int main(int argc, char** argv) {
     Settings settings;
-    const auto files = read_options(argc, argv, 1,
-                                    "tarsimo-selfplay FILE [--games N] [--nodes N] [--seed N] "
-                                    "[--workers N]",
+    const auto files = read_options(argc, argv, 1, USAGE,
                                     {{"--games", &settings.games},
                                      {"--nodes", &settings.nodes},
                                      {"--seed", &settings.seed},
                                      {"--workers", &settings.workers}});
     settings.workers = std::clamp<std::uint64_t>(settings.workers, 1, 256);
     play(files[0], settings);
+    return EXIT_SUCCESS;
 }

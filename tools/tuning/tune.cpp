@@ -1,17 +1,8 @@
 // tarsimo-tune: tunes all weights of the evaluation at once on labelled positions.
-//
-//   tarsimo-tune POSITIONS FOLDER [--list eval/weights.inc] [--share X] [--passes N] [--step X]
-//                [--pull N] [--hold-out PERCENT] [--freeze NAME,NAME] [--seed N] [--threads N]
-//
-// The target of a position is X of its game's result and the rest of the second opinion, where
-// the positions carry one. FOLDER, which must exist, receives
-//   weights.inc   the list with tuned values, to take the place of eval/weights.inc
-//   weights.tsv   each weight: in how many positions it counts, its value before and after
-//   errors.tsv    error on training and held-out positions after each pass
-// --list names the list that the program was built with. --freeze keeps whole groups.
 #include "control/engine.h"
 #include "control/fen.h"
 #include "control/think.h"
+#include "tools/text_file.h"
 #include "tools/tuning/optimizer.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/progress.h"
@@ -34,6 +25,27 @@ namespace {
 using namespace tarsimo;
 using namespace tarsimo::tuning;
 
+constexpr char USAGE[] = R"(usage: tarsimo-tune POSITIONS FOLDER [OPTION]...
+
+Tunes all weights of the evaluation on labelled positions. The target of a
+position is a share of its game's result and the rest of the second opinion,
+where all positions have one. FOLDER, which must exist, receives
+
+  weights.inc   the list with tuned values, to take the place of the old one
+  weights.tsv   each weight: number of positions, its value before and after
+  errors.tsv    error on training and held-out positions after each pass
+
+  --list FILE          list that the program was built with (eval/weights.inc)
+  --share X            of the game's result in the target (0.5)
+  --passes N           over the training positions (60)
+  --step X             of the first pass in centipawns (1)
+  --pull N             a starting value counts as N positions (200)
+  --hold-out PERCENT   positions not trained on (8)
+  --freeze NAME,NAME   groups of weights that stay as they are
+  --seed N             order of the positions (1)
+  --threads N          all processors without it
+)";
+
 // The linear sum may differ from the evaluation by its roundings; more is a fault of the trace.
 constexpr double ROUNDING = 4;  // centipawns
 
@@ -47,21 +59,29 @@ struct Settings {
     TuningSettings tuning;
 };
 
-std::ifstream open_input(const std::string& path) {
-    std::ifstream in(path);
-    if (!in) fail("cannot read " + path);
-    return in;
+std::ofstream open_output(const std::string& path) {
+    require_writable(path);
+    return std::ofstream(path);
 }
 
-std::ofstream open_output(const std::string& path) {
-    std::ofstream out(path);
-    if (!out) fail("cannot write " + path);
-    return out;
+void require_written(std::ofstream& out, const std::string& path) {
+    if (!out.flush()) tool::fail("cannot write " + path);
 }
 
 std::string read_file(const std::string& path) {
-    std::ifstream in = open_input(path);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    tool::TextFile in(path);
+    std::string text;
+    for (std::string line; in.next(line);) text += line + "\n";
+    if (!in.fault().empty()) tool::fail(in.fault());
+    return text;
+}
+
+std::uint64_t count_lines(const std::string& path) {
+    tool::TextFile in(path);
+    std::uint64_t lines = 0;
+    for (std::string line; in.next(line);) ++lines;
+    if (!in.fault().empty()) tool::fail(in.fault());
+    return lines;
 }
 
 // ---------------------------------------------------------------------------
@@ -69,24 +89,19 @@ std::string read_file(const std::string& path) {
 // ---------------------------------------------------------------------------
 
 Samples read_samples(const std::string& path) {
-    std::uint64_t lines = 0;
-    {
-        std::ifstream in = open_input(path);
-        lines = static_cast<std::uint64_t>(
-            std::count(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>(), '\n'));
-    }
     const Values values = built_in_values();
     Samples samples;
     samples.have_opinions = true;
-    Progress progress("positions read", lines);
-    std::ifstream in = open_input(path);
+    Progress progress("positions read", count_lines(path));
+    tool::TextFile in(path);
     std::uint64_t read = 0;
     std::uint64_t left_out = 0;
     double worst = 0;
-    std::string line;
-    while (std::getline(in, line)) {
+    for (std::string line; in.next(line);) {
         const auto position = parse_position(line);
-        if (!position) fail("line " + std::to_string(read + 1) + " is no position: " + line);
+        if (!position) {
+            tool::fail(in.place() + ": not a labelled position: " + tool::printable(line));
+        }
         progress.update(++read);
         set_position_fen(position->fen);
         int score = 0;
@@ -99,10 +114,13 @@ Samples read_samples(const std::string& path) {
         sample.opinion = static_cast<float>(position->opinion.value_or(0));
         samples.have_opinions = samples.have_opinions && position->opinion.has_value();
         worst = std::max(worst, std::abs(linear_score(samples, sample, values) - score));
-        if (worst > ROUNDING) fail("the trace does not explain the evaluation of " + line);
+        if (worst > ROUNDING) {
+            tool::fail(in.place() + ": the trace does not explain the evaluation of " + line);
+        }
     }
-    progress.finish(read);
-    if (samples.positions.empty()) fail("no positions in " + path);
+    if (!in.fault().empty()) tool::fail(in.fault());
+    if (read > 0) progress.finish(read);
+    if (samples.positions.empty()) tool::fail("no positions in " + path);
     std::printf("positions          %zu, and %" PRIu64 " left out that have a score of their own\n",
                 samples.positions.size(), left_out);
     std::printf("terms a position   %.1f\n", static_cast<double>(samples.terms.size()) /
@@ -119,7 +137,7 @@ std::vector<bool> frozen_values(const std::string& names) {
         const auto* const group =
             std::find_if(weight_groups.begin(), weight_groups.end(),
                          [&name](const WeightGroup& g) { return name == g.name; });
-        if (group == weight_groups.end()) fail("no such group of weights: " + name);
+        if (group == weight_groups.end()) tool::fail("no such group of weights: " + name);
         const auto first = frozen.begin() + 2 * group->first;
         std::fill(first, first + 2 * group->size, true);
     }
@@ -175,7 +193,7 @@ void write_report(const std::string& path, const Samples& samples, const Values&
             out << '\n';
         }
     }
-    if (!out.flush()) fail("cannot write " + path);
+    require_written(out, path);
 }
 
 Values tune_with_log(const Samples& samples, const Split& split, const Values& start,
@@ -190,7 +208,8 @@ Values tune_with_log(const Samples& samples, const Split& split, const Values& s
     tune(samples, split.training, values, settings.tuning, [&](int pass, const Values& now) {
         const double training = error_of(split.training, now);
         const double held_out = error_of(split.held_out, now);
-        log << pass << '\t' << training << '\t' << held_out << std::endl;
+        log << pass << '\t' << training << '\t' << held_out << '\n';
+        require_written(log, log_path);
         progress.update(static_cast<std::uint64_t>(pass),
                         ", training error " + std::to_string(training) + ", held out " +
                             std::to_string(held_out));
@@ -207,12 +226,16 @@ Values tune_with_log(const Samples& samples, const Split& split, const Values& s
 }
 
 void run(const std::string& positions, const std::string& folder, Settings& settings) {
+    const std::string errors_path = folder + "/errors.tsv";
+    const std::string report_path = folder + "/weights.tsv";
+    const std::string list_path = folder + "/weights.inc";
     const Values start = built_in_values();
     const std::string list = read_file(settings.list);
-    if (rewrite_list(list, start) != list) {
-        fail(settings.list + " is not the list that this program was built with");
+    if (list.empty() || rewrite_list(list, start) != list) {
+        tool::fail(settings.list + " is not the list that this program was built with");
     }
     settings.tuning.frozen = frozen_values(settings.freeze);
+    for (const std::string& path : {errors_path, report_path, list_path}) require_writable(path);
     init_engine();
     stop_test_enabled = false;
 
@@ -220,26 +243,23 @@ void run(const std::string& positions, const std::string& folder, Settings& sett
     settings.tuning.k = scale_to_results(samples, settings.share, start);
     const Split split =
         split_samples(samples.positions.size(), settings.hold_out, settings.tuning.seed);
-    if (split.training.empty()) fail("no positions are left to train on");
+    if (split.training.empty()) tool::fail("no positions are left to train on");
     std::printf("split              %zu to train on, %zu held out\n", split.training.size(),
                 split.held_out.size());
     std::fflush(stdout);
 
-    const Values tuned = tune_with_log(samples, split, start, settings, folder + "/errors.tsv");
-    write_report(folder + "/weights.tsv", samples, start, tuned);
-    std::ofstream out = open_output(folder + "/weights.inc");
+    const Values tuned = tune_with_log(samples, split, start, settings, errors_path);
+    write_report(report_path, samples, start, tuned);
+    std::ofstream out = open_output(list_path);
     out << rewrite_list(list, tuned);
-    if (!out.flush()) fail("cannot write " + folder + "/weights.inc");
+    require_written(out, list_path);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     Settings settings;
-    const auto names = read_options(argc, argv, 2,
-                                    "tarsimo-tune POSITIONS FOLDER [--list FILE] [--share X] "
-                                    "[--passes N] [--step X] [--pull N] [--hold-out PERCENT] "
-                                    "[--freeze NAME,NAME] [--seed N] [--threads N]",
+    const auto names = read_options(argc, argv, 2, USAGE,
                                     {{"--list", &settings.list},
                                      {"--share", &settings.share},
                                      {"--passes", &settings.passes},
@@ -249,10 +269,11 @@ int main(int argc, char** argv) {
                                      {"--freeze", &settings.freeze},
                                      {"--seed", &settings.tuning.seed},
                                      {"--threads", &settings.threads}});
-    if (settings.share < 0 || settings.share > 1) fail("--share lies between 0 and 1");
+    if (settings.share < 0 || settings.share > 1) tool::fail("--share lies between 0 and 1");
     settings.passes = std::min<std::uint64_t>(settings.passes, 100000);
     settings.tuning.passes = static_cast<int>(settings.passes);
     settings.tuning.threads =
         static_cast<unsigned>(std::clamp<std::uint64_t>(settings.threads, 1, 64));
     run(names[0], names[1], settings);
+    return tool::finish_output(EXIT_SUCCESS);
 }
