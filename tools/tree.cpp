@@ -4,6 +4,8 @@
 //   tarsimo-tree                        the same, a command a line from standard input
 //   tarsimo-tree --pin < OLD > NEW      a list of pinned figures (tests/data/trees.txt) with the
 //                                       figures of this build, for a change meant to alter trees
+//
+// Ends with status 1 when a command is not understood.
 #include "tools/tree_commands.h"
 
 #include <iostream>
@@ -12,9 +14,14 @@ namespace {
 
 constexpr char ARROW[] = " =>";
 
+bool all_understood = true;
+
 std::string figures_of(const std::string& command) {
     std::string figures;
-    return tarsimo::tree::execute(command, figures) ? figures : "not understood: " + command;
+    if (tarsimo::tree::execute(command, figures)) return figures;
+    std::fprintf(stderr, "tarsimo-tree: not understood: %s\n", command.c_str());
+    all_understood = false;
+    return "not understood: " + command;
 }
 
 // Comments stay; figures on the lines below a command are made anew with it.
@@ -39,7 +46,7 @@ int main(int argc, char** argv) {
     const bool pinning = argc == 2 && std::string(argv[1]) == "--pin";
     if (argc > 1 && !pinning) {
         for (int i = 1; i < argc; ++i) std::printf("%s\n", figures_of(argv[i]).c_str());
-        return 0;
+        return all_understood ? 0 : 1;
     }
     std::string line;
     while (std::getline(std::cin, line)) {
@@ -47,4 +54,5 @@ int main(int argc, char** argv) {
         else std::printf("%s\n", figures_of(line).c_str());
         std::fflush(stdout);
     }
+    return all_understood ? 0 : 1;
 }
