@@ -1,6 +1,9 @@
 // Attack tests. They run after every move of the search, so the rays are straight-line
 // code with the steps as template parameters.
-#include "board/board.h"
+#include "board/attacks.h"
+
+#include "board/move_list.h"
+#include "board/position.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -26,6 +29,10 @@ template <int By> bool attacked(int sq) {
            stands_near<-By * 9, -By * 11>(sq, By * PAWN) ||
            distance_between(king_square<By>(), sq) == 1;
 }
+
+bool attacked_by_white(int sq) { return attacked<WHITE>(sq); }
+
+bool attacked_by_black(int sq) { return attacked<BLACK>(sq); }
 
 constexpr int KNIGHT_LEAP = 100;
 
@@ -98,16 +105,16 @@ void init_square_distance() {
     }
 }
 
-bool is_attacked(int sq, int by) { return by == WHITE ? attacked<WHITE>(sq) : attacked<BLACK>(sq); }
-
-bool attacked_by_white(int sq) { return attacked<WHITE>(sq); }
+bool is_attacked(int sq, int by) {
+    return by == WHITE ? attacked_by_white(sq) : attacked_by_black(sq);
+}
 
 bool king_left_safe() {
-    return side == WHITE ? !attacked<WHITE>(black_king_sq) : !attacked<BLACK>(white_king_sq);
+    return side == WHITE ? !attacked_by_white(black_king_sq) : !attacked_by_black(white_king_sq);
 }
 
 bool in_check() {
-    return side == WHITE ? attacked<BLACK>(white_king_sq) : attacked<WHITE>(black_king_sq);
+    return side == WHITE ? attacked_by_black(white_king_sq) : attacked_by_white(black_king_sq);
 }
 
 bool king_left_safe(const Move& move, bool was_in_check) {

@@ -1,5 +1,8 @@
 // A recount of the whole position, for the assertions of builds that have them.
-#include "board/board.h"
+#include "board/consistency.h"
+
+#include "board/keys.h"
+#include "board/position.h"
 
 namespace tarsimo {
 

@@ -1,7 +1,11 @@
 // Pseudo-legal move generation. White's men are met from a1 upwards, black's from h8
 // downwards, and the scan ends with the last man: the counts of the position say how many
 // there are. Offsets come in one fixed order, which decides among moves of equal score.
-#include "board/board.h"
+#include "board/generate.h"
+
+#include "board/attacks.h"
+#include "board/move_list.h"
+#include "board/position.h"
 
 namespace tarsimo {
 

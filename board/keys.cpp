@@ -1,6 +1,8 @@
 // Position keys (Zobrist, "A new hashing method with application for game playing", 1970)
 // and the generator that makes them.
-#include "board/board.h"
+#include "board/keys.h"
+
+#include "board/position.h"
 
 #include <cstdlib>
 
@@ -45,15 +47,8 @@ Generator generator;
 
 int step_back(int index) { return index == 0 ? LAG - 1 : index - 1; }
 
-// Two numbers make a key: the low half of the first, then the low half of the second.
-std::uint64_t next_key() {
-    const std::uint64_t low = random64() & 0xFFFFFFFF;
-    const std::uint64_t high = random64() & 0xFFFFFFFF;
-    return high << 32 | low;
-}
-
-}  // namespace
-
+// Next number of an additive lagged generator (Mitchell and Moore 1958, in Knuth, TAOCP vol. 2,
+// 3.2.2); the sequence is the same in every run of the program.
 std::uint64_t random64() {
     if (generator.first_call) {
         generator.first_call = false;
@@ -66,6 +61,15 @@ std::uint64_t random64() {
     generator.k = step_back(generator.k);
     return sum;
 }
+
+// Two numbers make a key: the low half of the first, then the low half of the second.
+std::uint64_t next_key() {
+    const std::uint64_t low = random64() & 0xFFFFFFFF;
+    const std::uint64_t high = random64() & 0xFFFFFFFF;
+    return high << 32 | low;
+}
+
+}  // namespace
 
 void init_keys() {
     std::srand(0);  // a fixed state for anybody who draws from it; nothing here does

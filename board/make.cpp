@@ -1,6 +1,11 @@
 // Make and unmake. Key, en-passant square and reversible-move counter come back from the
 // record; board, counts, king squares and castling state by the inverse updates.
-#include "board/board.h"
+#include "board/make.h"
+
+#include "board/consistency.h"
+#include "board/keys.h"
+#include "board/move_list.h"
+#include "board/position.h"
 
 #include <cassert>
 

@@ -1,6 +1,8 @@
 // The position itself: its globals, the initial set-up, the counts, and the ring of
 // history records. A record of ply p stands at p modulo HISTORY_SIZE.
-#include "board/board.h"
+#include "board/position.h"
+
+#include "board/move_list.h"
 
 #include <algorithm>
 

@@ -2,7 +2,9 @@
 // that are gathered once and extended by the sliders behind those that have captured.
 //
 // Pieces are not taken off the board during the swap, only the first capturer is lifted.
-#include "board/board.h"
+#include "board/see.h"
+
+#include "board/position.h"
 
 #include <algorithm>
 

@@ -1,12 +1,23 @@
-// The Chess Engine Communication Protocol loop (Tim Mann and H.G. Muller, protocol version
-// 2). One line, one command; everything that is no command is tried as a move.
-#include "control/control.h"
+// The protocol's commands. One line, one command; everything that is no command is tried as a
+// move.
+#include "control/cecp.h"
 
-#include "board/board.h"
+#include "board/make.h"
+#include "board/position.h"
+#include "control/clock.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/input.h"
+#include "control/notation.h"
+#include "control/output.h"
+#include "control/system.h"
+#include "control/text.h"
+#include "control/user_move.h"
+#include "search/hash_memory.h"
+#include "search/search.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <limits>
 #include <string_view>
@@ -15,43 +26,28 @@ namespace tarsimo {
 
 namespace {
 
-constexpr int MOST = std::numeric_limits<int>::max();
+constexpr int MAX_NUMBER = std::numeric_limits<int>::max();
 
-// Kept on the clock whatever the formulas say: what a move may need to reach the GUI, or a quarter
-// of the clock if that is less.
-constexpr int CLOCK_RESERVE_MS = 100;
-constexpr int CLOCK_RESERVE_PART = 4;
+// The interface's clocks. They outlive a new game.
+GameClock game_clock{};
 
-// Clock state. It outlives a new game.
-int level_moves = 0;         // moves to the end of the current control, 0 for none
-int control_moves = 0;       // moves of one control, as the level command gave them
-int level_increment_ms = 0;  // increment a move
-int own_time_ms = 0;
-int opponent_time_ms = 0;
+// An analysis has been asked for, and nothing has ended it: it goes on after commands that only
+// interrupt it. Apart from analyze_mode, which stays set until `go`.
+bool analysis_wanted = false;
 
-constexpr std::array<std::string_view, 13> ignored_commands = {
-    "accepted", "rejected", "xboard", "post", "nopost",   ".",      "pause",
-    "draw",     "rating",   "resume", "?",    "computer", "random",
-};
+// The analysis stopped for a command, before it came to its own end.
+bool analysis_interrupted = false;
 
-// The text behind the command word, or behind `skip` characters of the line.
-std::string text_behind(const std::string& line, std::size_t skip) {
-    return skip < line.size() ? line.substr(skip) : "";
+// Set by the first command that concerns a game: from then on a search is to be expected, and the
+// tables' memory is prepared while the interface is silent.
+bool game_begun = false;
+
+int number_in(const std::string& line, int limit) {
+    return parse_number(text_behind(line, first_word(line)), limit);
 }
 
-std::string argument(const std::string& line, const std::string& command) {
-    return text_behind(line, line.find(command) + command.size());
-}
-
-int number_argument(const std::string& line, const std::string& command, int limit) {
-    return parse_number(argument(line, command), limit);
-}
-
-void print_features() {
-    std::printf("feature name=0 myname=\"Tarsimo_II %s\"\n", "2023");
-    std::puts("feature setboard=1 playother=1 colors=0 reuse=0");
-    std::puts("feature analyze=1 ping=1 draw=0 variants=normal");
-    std::puts("feature sigint=0 sigterm=0 ics=0 done=1");
+std::int64_t centiseconds_in(const std::string& line) {
+    return std::int64_t{number_in(line, MAX_NUMBER)} * 10;
 }
 
 // Take back half-moves, if more than that many have been made.
@@ -64,163 +60,254 @@ void take_back(int half_moves) {
 void leave_the_game_alone() {
     force_mode = true;
     engine_side = NEITHER_SIDE;
+    analysis_wanted = false;
 }
 
-void set_budget(int milliseconds) {
-    time_budget_ms = milliseconds;
-    time_limit_ms = NO_TIME_LIMIT;
+void run_analysis() {
+    analysis_wanted = true;
+    think();
+    analysis_interrupted = analysis_wanted && stop_requested;
 }
 
-void start_analysis() {
+void analyse() {
     ponder = false;
     analyze_mode = true;
     engine_side = NEITHER_SIDE;
     set_budget(UNLIMITED_BUDGET_MS);
-    think();
+    run_analysis();
 }
 
-void move_now() {
+// A command that has changed the position, or only asked for something, does not end an analysis.
+void analyse_on() {
+    if (analysis_wanted) analyse();
+}
+
+// ---------------------------------------------------------------------------
+// The commands, each with the whole line
+// ---------------------------------------------------------------------------
+
+void ignore(const std::string&) {}
+
+void print_features(const std::string&) {
+    print("feature name=0 myname=\"Tarsimo_II %s\"\n", "2023");
+    print_line("feature setboard=1 playother=1 colors=0 reuse=0");
+    print_line("feature analyze=1 ping=1 draw=0 variants=normal");
+    print_line("feature sigint=0 sigterm=0 ics=0 done=1");
+}
+
+void answer_ping(const std::string& line) {
+    print("pong %d\n", number_in(line, MAX_NUMBER));
+    flush_output();
+    if (analysis_interrupted) analyse_on();
+}
+
+void set_board(const std::string& line) {
+    constexpr std::size_t text_start = std::string_view("setboard ").size();
+    set_position_fen(line.size() > text_start ? line.substr(text_start) : "");
+    analyse_on();
+}
+
+void quit(const std::string&) { end_program(EXIT_SUCCESS); }
+
+void undo_half_move(const std::string&) {
+    take_back(1);
+    analyse_on();
+}
+
+void undo_move(const std::string&) {
+    take_back(2);
+    analyse_on();
+}
+
+void let_white_move(const std::string&) {
+    side = WHITE;
+    engine_side = BLACK;
+}
+
+void let_black_move(const std::string&) {
+    side = BLACK;
+    engine_side = WHITE;
+}
+
+void play_other_side(const std::string&) {
+    force_mode = false;
+    engine_side = side == WHITE ? BLACK : WHITE;
+}
+
+void begin_new_game(const std::string&) {
+    init_engine();
+    analysis_wanted = false;
+}
+
+void stop_pondering(const std::string&) { ponder = false; }
+
+void allow_pondering(const std::string&) { ponder = true; }
+
+void stop_playing(const std::string&) { leave_the_game_alone(); }
+
+void start_analysis(const std::string&) { analyse(); }
+
+void move_now(const std::string&) {
     analyze_mode = false;
+    analysis_wanted = false;
     force_mode = false;
     engine_side = side;
     think();
 }
 
+void set_depth(const std::string& line) {
+    max_depth = number_in(line, MAX_NUMBER);
+    set_budget(UNLIMITED_BUDGET_MS);
+}
+
 // "level MOVES BASE INCREMENT": the base is not used, a missing increment counts as 0. A base
 // in minutes and seconds ("2:30") ends the reading, as does a fraction.
 void set_level(const std::string& line) {
-    int moves = 0;
-    int base = 0;
-    int increment = 0;
-    std::array<int*, 3> fields = {&moves, &base, &increment};
-    const std::string text = argument(line, "level");
+    std::array<int, 3> numbers{};
+    const std::string text = text_behind(line, first_word(line));
     const char* rest = text.c_str();
-    for (int* field : fields) {
+    for (int& number : numbers) {
         char* end = nullptr;
-        const long number = std::strtol(rest, &end, 10);
+        const long value = std::strtol(rest, &end, 10);
         if (end == rest) break;
-        *field = static_cast<int>(std::clamp<long>(number, -MOST / 1000, MOST / 1000));
+        number = static_cast<int>(std::clamp<long>(value, -MAX_NUMBER, MAX_NUMBER));
         rest = end;
     }
-    level_moves = moves;
-    control_moves = moves;
-    level_increment_ms = increment * 1000;
+    game_clock.level_moves = numbers[0];
+    game_clock.control_moves = numbers[0];
+    game_clock.level_increment_ms = std::int64_t{numbers[2]} * 1000;
 }
 
-// A large increment, or one move a control, can make the budget exceed the clock.
-void set_clock(const std::string& line) {
-    own_time_ms = number_argument(line, "time", MOST / 10) * 10;
-    const int budget = allocate_time(own_time_ms, opponent_time_ms, level_moves, control_moves,
-                                     level_increment_ms);
-    time_limit_ms = clock_limit(own_time_ms);
-    time_budget_ms = std::min(budget, time_limit_ms);
+void set_seconds_per_move(const std::string& line) {
+    set_budget(number_in(line, MAX_NUMBER / 1000) * 1000);
 }
 
-void play_user_move(const std::string& word) {
-    std::string text = word;
-    if (!parse_user_move(text)) {
-        std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-            return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-        });
-        std::printf("Error (unknown command): %s\n", text.c_str());
-    } else if (analyze_mode || (!force_mode && engine_side == side)) {
-        think();
+void set_opponent_time(const std::string& line) {
+    game_clock.opponent_time_ms = centiseconds_in(line);
+}
+
+void set_own_time(const std::string& line) {
+    game_clock.own_time_ms = centiseconds_in(line);
+    set_budget_by_clock(game_clock, game_ply, engine_side == WHITE);
+}
+
+void play_user_move(const std::string& line) {
+    std::string word = first_word(line);
+    if (!parse_user_move(word)) {
+        to_lower(word);
+        print("Error (unknown command): %s\n", word.c_str());
+        if (analysis_interrupted) analyse_on();
+        return;
     }
+    game_begun = true;
+    if (analyze_mode) run_analysis();
+    else if (!force_mode && engine_side == side) think();
+}
+
+// The interface may end an analysis that has come to its own end at the same moment.
+void end_analysis(const std::string& line) {
+    if (analyze_mode) analysis_wanted = false;
+    else play_user_move(line);
+}
+
+// ---------------------------------------------------------------------------
+// The command table
+// ---------------------------------------------------------------------------
+
+struct Command {
+    std::string_view word;
+    void (*carry_out)(const std::string& line);
+    bool ends_analysis;  // one that is going on, so that the command is carried out
+    bool begins_game;    // a search is to be expected from here on
+};
+
+constexpr std::array<Command, 35> commands = {{
+    // word, function, ends an analysis, begins a game
+    {"protover", print_features, false, false},
+    {"accepted", ignore, false, false},
+    {"rejected", ignore, false, false},
+    {"xboard", ignore, false, false},
+    {"ping", answer_ping, true, false},
+    {"setboard", set_board, true, true},
+    {"quit", quit, true, false},
+    {"undo", undo_half_move, true, false},
+    {"remove", undo_move, true, false},
+    {"white", let_white_move, true, true},
+    {"black", let_black_move, true, true},
+    {"playother", play_other_side, true, true},
+    {"new", begin_new_game, true, true},
+    {"easy", stop_pondering, false, false},
+    {"hard", allow_pondering, false, false},
+    {"force", stop_playing, true, false},
+    {"analyze", start_analysis, true, true},
+    {"go", move_now, true, true},
+    {"result", stop_playing, true, false},
+    {"sd", set_depth, false, true},
+    {"level", set_level, false, true},
+    {"st", set_seconds_per_move, false, true},
+    {"otim", set_opponent_time, false, true},
+    {"time", set_own_time, false, true},
+    {"post", ignore, false, false},
+    {"nopost", ignore, false, false},
+    {".", ignore, false, false},
+    {"pause", ignore, false, false},
+    {"draw", ignore, false, false},
+    {"rating", ignore, false, false},
+    {"resume", ignore, false, false},
+    {"?", ignore, false, false},
+    {"computer", ignore, false, false},
+    {"random", ignore, false, false},
+    {"exit", end_analysis, false, false},
+}};
+
+const Command* find_command(const std::string& word) {
+    const auto found = std::find_if(commands.begin(), commands.end(),
+                                    [&](const Command& command) { return command.word == word; });
+    return found == commands.end() ? nullptr : found;
 }
 
 void execute(const std::string& line) {
-    const std::string command = first_word(line);
-    if (command.empty()) return;
-
-    if (command == "protover") {
-        print_features();
-    } else if (std::find(ignored_commands.begin(), ignored_commands.end(), command) !=
-               ignored_commands.end()) {
+    const std::string word = first_word(line);
+    if (word.empty()) return;
+    const Command* command = find_command(word);
+    if (command == nullptr) {
+        play_user_move(line);
         return;
-    } else if (command == "ping") {
-        std::printf("pong %d\n", number_argument(line, command, MOST));
-    } else if (command == "setboard") {
-        set_position_fen(text_behind(line, std::string_view("setboard ").size()));
-    } else if (command == "quit") {
-        end_program(EXIT_SUCCESS);
-    } else if (command == "undo") {
-        take_back(1);
-    } else if (command == "remove") {
-        take_back(2);
-    } else if (command == "white") {
-        side = WHITE;
-        engine_side = BLACK;
-    } else if (command == "black") {
-        side = BLACK;
-        engine_side = WHITE;
-    } else if (command == "playother") {
-        force_mode = false;
-        engine_side = side == WHITE ? BLACK : WHITE;
-    } else if (command == "new") {
-        init_engine();
-    } else if (command == "easy") {
-        ponder = false;
-    } else if (command == "hard") {
-        ponder = true;
-    } else if (command == "force" || command == "result") {
-        leave_the_game_alone();
-    } else if (command == "analyze") {
-        start_analysis();
-    } else if (command == "go") {
-        move_now();
-    } else if (command == "sd") {
-        max_depth = number_argument(line, command, MOST);
-        set_budget(UNLIMITED_BUDGET_MS);
-    } else if (command == "level") {
-        set_level(line);
-    } else if (command == "st") {
-        set_budget(number_argument(line, command, MOST / 1000) * 1000);
-    } else if (command == "otim") {
-        opponent_time_ms = number_argument(line, command, MOST / 10) * 10;
-    } else if (command == "time") {
-        set_clock(line);
-    } else {
-        play_user_move(command);
     }
+    if (command->begins_game) game_begun = true;
+    command->carry_out(line);
+}
+
+bool ends_analysis(const std::string& word) {
+    const Command* command = find_command(word);
+    return command != nullptr ? command->ends_analysis : looks_like_a_move(word);
 }
 
 }  // namespace
 
-int allocate_time(int own_ms, int opponent_ms, int& moves_to_control, int moves_a_control,
-                  int increment_ms) {
-    const int sudden_death = own_ms / (opponent_ms <= own_ms ? 20 : 30);
-    if (moves_to_control == 0 && increment_ms == 0) return sudden_death;
-    if (moves_to_control == 0 && increment_ms > 0) {
-        return own_ms / (own_ms < opponent_ms ? 30 : 20) + (increment_ms >> 1);
-    }
+bool interface_stops_search() {
+    if (!line_waiting()) return false;
+    if (input_ended()) return analyze_mode || !output_has_reader();
+    if (analyze_mode && ends_analysis(first_word(waiting_line()))) return true;
 
-    // Moves per control, counted from the start of the game.
-    int left = moves_to_control - game_ply / 2 - (engine_side == WHITE ? 1 : 0);
-    if (left < 0 || (left == 0 && moves_a_control <= 0)) return sudden_death;
-    if (left == 0) {
-        // The control has just been reached: count towards the next one.
-        moves_left = moves_a_control;
-        moves_to_control += moves_a_control;
-        return own_ms / (moves_a_control - moves_a_control / 10);
-    }
-    moves_left = left;
-    // The last moves before the control keep one second in reserve.
-    if (left < 4) return (own_ms - 1000) / left;
-    return own_ms / std::min(left, 30);
-}
-
-int clock_limit(int own_ms) {
-    return own_ms - std::min(own_ms / CLOCK_RESERVE_PART, CLOCK_RESERVE_MS);
+    std::string line;
+    read_line(line);
+    const std::string word = first_word(line);
+    const bool stops = word == "?" || word == "exit";
+    if (stops) analysis_wanted = false;
+    return stops;
 }
 
 void run_cecp() {
-    level_moves = control_moves = 0;
-    level_increment_ms = 0;
-    own_time_ms = opponent_time_ms = 0;
+    voice = &cecp_voice;
+    game_clock = {};
+    analysis_wanted = false;
+    analysis_interrupted = false;
+    game_begun = false;
     for (;;) {
         flush_output();
         std::string line;
-        if (!read_line(line)) leave_program();
+        if (!read_line(line, game_begun ? prefault_hash_tables : nullptr)) leave_program();
         execute(line);
     }
 }

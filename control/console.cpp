@@ -1,10 +1,20 @@
 // The console loop: a person types commands and moves in either case, one a line.
-#include "control/control.h"
+#include "control/console.h"
 
-#include "board/board.h"
+#include "board/make.h"
+#include "board/position.h"
+#include "control/cecp.h"
+#include "control/clock.h"
+#include "control/display.h"
+#include "control/engine.h"
+#include "control/input.h"
+#include "control/output.h"
+#include "control/suite.h"
+#include "control/text.h"
+#include "control/user_move.h"
+#include "search/hash_memory.h"
 
 #include <array>
-#include <cstdio>
 #include <limits>
 
 namespace tarsimo {
@@ -13,6 +23,7 @@ namespace {
 
 constexpr int AUTO_MOVES = 30;
 constexpr int DEPTH_LEVEL = 13;  // the level that asks for a depth instead of a time
+constexpr int MAX_NUMBER = std::numeric_limits<int>::max();
 
 constexpr std::array<const char*, 13> help_lines = {
     "                                                 ",
@@ -30,18 +41,22 @@ constexpr std::array<const char*, 13> help_lines = {
     "                                                 ",
 };
 
+// Set by the first command that concerns a game: from then on a search is to be expected, and the
+// tables' memory is prepared while the person thinks.
+bool game_begun = false;
+
 // Print a prompt and read the answer in upper case. The end of input ends the program.
 std::string ask(const char* prompt) {
-    std::printf("%s", prompt);
+    print("%s", prompt);
     flush_output();
     std::string answer;
-    if (!read_line(answer)) leave_program();
+    if (!read_line(answer, game_begun ? prefault_hash_tables : nullptr)) leave_program();
     to_upper(answer);
     return answer;
 }
 
 void print_help() {
-    for (const char* line : help_lines) std::puts(line);
+    for (const char* line : help_lines) print_line(line);
 }
 
 void take_back_half_move() {
@@ -58,33 +73,38 @@ void play_both_sides() {
 
 void toggle_force_mode() {
     force_mode = !force_mode;
-    std::printf(force_mode ? " Jugador-Jugador SI" : " Jugador-Jugador NO");
+    print(force_mode ? " Jugador-Jugador SI" : " Jugador-Jugador NO");
 }
 
-// Level n gives n seconds a move, and shows milliseconds under the word "segundos"; both
+// Level n gives n seconds per move, and shows milliseconds under the word "segundos"; both
 // deliberate.
-void set_level() {
-    constexpr int most = std::numeric_limits<int>::max();
-    const int level = parse_number(ask(" Nivel: "), most / 1000);
+void ask_level() {
+    const int level = parse_number(ask(" Nivel: "), MAX_NUMBER / 1000);
     if (level == DEPTH_LEVEL) {
-        max_depth = parse_number(ask(" Ply: "), most);
-        time_budget_ms = UNLIMITED_BUDGET_MS;
+        max_depth = parse_number(ask(" Ply: "), MAX_NUMBER);
+        set_budget(UNLIMITED_BUDGET_MS);
     } else {
-        time_budget_ms = level * 1000;
-        std::printf("Nivel= %d segundos\n", time_budget_ms);
+        set_budget(level * 1000);
+        print("Nivel= %d segundos\n", time_budget_ms);
     }
 }
 
-void user_moves(std::string& text) {
+// Returns false when the text is no legal move.
+bool play_user_move(std::string& text) {
     if (!parse_user_move(text)) {
-        std::puts("Jugada ilegal o Comando no reconocido");
-    } else if (!force_mode) {
+        print_line("Jugada ilegal o Comando no reconocido");
+        return false;
+    }
+    if (!force_mode) {
         print_board();
         think();
     }
+    return true;
 }
 
-void execute(std::string& line) {
+// Carry out a command that shows something, or ends the dialogue. Returns false when the line is
+// none of them.
+bool execute_outside_game(const std::string& line) {
     if (line == "XBOARD") {
         xboard_mode = true;
         force_mode = false;
@@ -95,14 +115,22 @@ void execute(std::string& line) {
         print_help();
     } else if (line == "PONDER") {
         ponder = true;
-    } else if (line == "TEST") {
-        run_suite();
-    } else if (line == "NEW") {
-        init_engine();
     } else if (line == "D") {
         print_board();
     } else if (line == "R") {
         take_back_half_move();
+    } else {
+        return false;
+    }
+    return true;
+}
+
+// Carry out a command of the game, or a move. Returns false when the line is neither.
+bool execute_in_game(std::string& line) {
+    if (line == "TEST") {
+        run_suite();
+    } else if (line == "NEW") {
+        init_engine();
     } else if (line == "C") {
         side = side == WHITE ? BLACK : WHITE;  // the key stays as it is; deliberate
     } else if (line == "GO") {
@@ -113,18 +141,21 @@ void execute(std::string& line) {
     } else if (line == "DOS") {
         toggle_force_mode();
     } else if (line == "N") {
-        set_level();
+        ask_level();
     } else {
-        user_moves(line);
+        return play_user_move(line);
     }
+    return true;
 }
 
 }  // namespace
 
 void run_console() {
+    voice = &console_voice;
+    game_begun = false;
     for (;;) {
         std::string line = ask("Su jugada: ");
-        execute(line);
+        if (!execute_outside_game(line) && execute_in_game(line)) game_begun = true;
     }
 }
 

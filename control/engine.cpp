@@ -1,39 +1,39 @@
 // The settings and the initialisation of all rooms.
-#include "control/control.h"
+#include "control/engine.h"
 
-#include "board/board.h"
-#include "eval/eval.h"
-#include "search/search.h"
+#include "board/attacks.h"
+#include "board/keys.h"
+#include "board/position.h"
+#include "control/clock.h"
+#include "control/output.h"
+#include "control/system.h"
+#include "eval/kpk.h"
+#include "eval/square_tables.h"
+#include "search/hash_memory.h"
 
 namespace tarsimo {
 
-int time_budget_ms = 0;
-int time_limit_ms = NO_TIME_LIMIT;
 int max_depth = 0;
 int engine_side = BLACK;
 bool force_mode = false;
 bool ponder = false;
 bool analyze_mode = false;
 bool test_mode = false;
-int moves_left = 0;
 bool xboard_mode = false;
 
 namespace {
 
-constexpr int DEFAULT_BUDGET_MS = 20000;
+constexpr int EXIT_BY_USER = 1;
 constexpr int DEFAULT_MAX_DEPTH = 60;
-constexpr int DEFAULT_MOVES_LEFT = 20;
 
 void set_default_settings() {
-    time_budget_ms = DEFAULT_BUDGET_MS;
-    time_limit_ms = NO_TIME_LIMIT;
+    set_default_times();
     max_depth = DEFAULT_MAX_DEPTH;
     engine_side = BLACK;
     force_mode = false;
     ponder = false;
     analyze_mode = false;
     test_mode = false;
-    moves_left = DEFAULT_MOVES_LEFT;
 }
 
 }  // namespace
@@ -47,7 +47,11 @@ void init_engine() {
     // game all keys then differ from the true ones by the same constant.
     init_keys();
     finish_initial_position();
-    allocate_hash_tables();
+    if (!allocate_hash_tables()) {
+        print_line("ERROR: Couldn't allocate memory for hash table.");
+        flush_output();
+        leave_program();
+    }
     set_default_settings();
 }
 

@@ -1,12 +1,16 @@
 // Set-up from Forsyth-Edwards Notation. Nothing read from the text can write outside the 64
 // squares: what does not fit is dropped.
-#include "control/control.h"
+#include "control/fen.h"
 
-#include "board/board.h"
-#include "search/search.h"
+#include "board/keys.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "control/engine.h"
+#include "control/notation.h"
+#include "control/output.h"
+#include "search/hash_memory.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string_view>
 
 namespace tarsimo {
@@ -131,15 +135,9 @@ bool kings_are_legal() {
            piece_on(black_king_sq) == -KING && squares_of(-KING) == 1;
 }
 
-void refuse_position() {
-    std::puts("tellusererror Illegal position");
-    flush_output();
-    init_engine();
-}
-
 }  // namespace
 
-void set_position_fen(const std::string& text) {
+bool set_up_position(const std::string& text) {
     Cursor cursor(text);
     clear_board();
     read_placement(cursor);
@@ -147,14 +145,23 @@ void set_position_fen(const std::string& text) {
     read_castling(cursor);
     read_ep_square(cursor);
     count_material();
-    if (!kings_are_legal()) refuse_position();
-
-    test_mode = true;
     list_start(0) = 0;
-    max_depth = FEN_MAX_DEPTH;
     search_ply = 0;
     start_history(FRESH_FIFTY);
     compute_hash_key();
+    return kings_are_legal();
+}
+
+void set_position_fen(const std::string& text) {
+    if (!set_up_position(text)) {
+        print_line("tellusererror Illegal position");
+        flush_output();
+        init_engine();
+        start_history(FRESH_FIFTY);
+        compute_hash_key();
+    }
+    test_mode = true;
+    max_depth = FEN_MAX_DEPTH;
     clear_hash_tables();
 }
 

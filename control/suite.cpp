@@ -1,10 +1,15 @@
 // The built-in suite of tactical and endgame positions, with the moves that are expected.
-#include "control/control.h"
+#include "control/suite.h"
 
-#include "search/search.h"
+#include "control/clock.h"
+#include "control/display.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/output.h"
+#include "control/think.h"
+#include "search/hash_memory.h"
 
 #include <array>
-#include <cstdio>
 
 namespace tarsimo {
 
@@ -48,11 +53,11 @@ const SuitePosition& suite_position(int index) { return suite[static_cast<std::s
 
 void run_suite() {
     test_mode = true;
-    time_budget_ms = SUITE_BUDGET_MS;
+    set_budget(SUITE_BUDGET_MS);
     max_depth = SUITE_MAX_DEPTH;
     for (int i = 0; i < SUITE_SIZE; ++i) {
         if (i == CLEARED_BEFORE_CAPTION) clear_hash_tables();  // once more than needed; harmless
-        std::puts(suite_position(i).caption);
+        print_line(suite_position(i).caption);
         set_position_fen(suite_position(i).fen);
         print_board();
         clear_hash_tables();

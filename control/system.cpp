@@ -1,8 +1,7 @@
-// What the program asks of its surroundings beside input and output: the time, and its own end.
-// They stand apart so that a program of many sessions, with a time of its own, can put others in
-// their place.
-#include "control/control.h"
+// The system's clock and the end of the process.
+#include "control/system.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 

@@ -1,19 +1,18 @@
 // The user's moves: coordinates matched against the generated moves.
-#include "control/control.h"
+#include "control/user_move.h"
 
-#include "board/board.h"
-
-#include <cstdio>
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "control/notation.h"
+#include "control/output.h"
+#include "control/text.h"
 
 namespace tarsimo {
 
 namespace {
-
-// The square that two characters name, 0 for none.
-int square_of(char file, char rank) {
-    if (file < 'A' || file > 'H' || rank < '1' || rank > '8') return 0;
-    return file - 'A' + 1 + 10 * (rank - '1' + 2);
-}
 
 int find_move(int from, int to) {
     for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
@@ -37,9 +36,8 @@ int promotion_offset(char letter) {
 }
 
 void report_king_in_check() {
-    if (side == BLACK)
-        std::printf("\nRey blanco en %s en jaque\n", square_name(white_king_sq).c_str());
-    else std::printf("\nRey negro en %s en jaque\n", square_name(black_king_sq).c_str());
+    if (side == BLACK) print("\nRey blanco en %s en jaque\n", square_name(white_king_sq).c_str());
+    else print("\nRey negro en %s en jaque\n", square_name(black_king_sq).c_str());
 }
 
 }  // namespace

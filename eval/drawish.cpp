@@ -1,6 +1,10 @@
 // Material with which a lead is hard or impossible to win. The lead of the side ahead is then
 // cut; the sign of the score stays.
-#include "eval/eval.h"
+#include "eval/drawish.h"
+#include "board/attacks.h"
+#include "board/position.h"
+
+#include "eval/setup.h"
 
 namespace tarsimo {
 
@@ -36,7 +40,7 @@ template <int Us> int only_rook_file() {
 
 // A lone bishop that does not guard its rook pawn's last square, and the king is in the corner.
 template <int Us> bool has_wrong_bishop() {
-    if (own_piece_material<Us>() != BISHOP_ALONE || pawn_count<Us>() == 0) return false;
+    if (eval_side<Us>().piece_material != BISHOP_ALONE || pawn_count<Us>() == 0) return false;
     const int file = only_rook_file<Us>();
     if (file == 0) return false;
     const int corner = own_square<Us>(A8 - 1 + file);
@@ -48,11 +52,11 @@ template <int Us> bool has_wrong_bishop() {
 
 template <int Us> int drawish_scale() {
     if (has_wrong_bishop<Us>()) return SCALE_WRONG_BISHOP;
-    const int lead = own_piece_material<Us>() - own_piece_material<-Us>();
+    const int lead = eval_side<Us>().piece_material - eval_side<-Us>().piece_material;
     if (lead < MINOR_LEAD && pawn_count<Us>() == 0) return SCALE_NO_PAWN;
     if (are_bishops_opposite()) {
-        const bool alone = own_piece_material<WHITE>() == BISHOP_ALONE &&
-                           own_piece_material<BLACK>() == BISHOP_ALONE;
+        const bool alone = eval_side<WHITE>().piece_material == BISHOP_ALONE &&
+                           eval_side<BLACK>().piece_material == BISHOP_ALONE;
         return alone ? SCALE_OPPOSITE_BISHOPS : SCALE_OPPOSITE_WITH_PIECES;
     }
     if (lead < MINOR_LEAD && pawn_count<Us>() == 1 && piece_count<-Us>() != 0)

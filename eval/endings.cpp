@@ -1,6 +1,12 @@
 // Endings with a score of their own; those without pawns: dead draws, the mates against a bare
 // king, and the endings of one piece each.
-#include "eval/eval.h"
+#include "eval/endings.h"
+#include "board/attacks.h"
+#include "board/position.h"
+
+#include "eval/pawn_endings.h"
+#include "eval/setup.h"
+#include "eval/square_tables.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -114,9 +120,9 @@ int piece_square(const PieceList& list, int king) {
 // The colour Us has the more valuable piece. A queen wins: the weak king is driven to the edge
 // and away from its piece. A rook can only hope to.
 template <int Us> int one_piece_each_score() {
-    const int own_piece = piece_square(own_list<Us>(), king_square<Us>());
+    const int own_piece = piece_square(eval_side<Us>().list, king_square<Us>());
     const int weak_king = king_square<-Us>();
-    const int weak_piece = piece_square(own_list<-Us>(), weak_king);
+    const int weak_piece = piece_square(eval_side<-Us>().list, weak_king);
     const int centre = centrality(weak_king);
     const int kings = distance_between(king_square<Us>(), weak_king);
     const int loose = distance_between(weak_king, weak_piece);

@@ -3,7 +3,10 @@
 //
 // Everything is seen by the side with the pawn, as if it were white and its pawn on the files
 // a to d.
-#include "eval/eval.h"
+#include "eval/kpk.h"
+
+#include "eval/geometry.h"
+#include "eval/square_set.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,6 +1,9 @@
 // Opening terms: centre pawns that block or are blocked, castling, fianchettoed bishops, and
 // the pace of development.
-#include "eval/eval.h"
+#include "eval/opening.h"
+#include "board/position.h"
+
+#include "eval/setup.h"
 
 namespace tarsimo {
 
@@ -40,11 +43,6 @@ template <int Us> int fianchetto(int home, int centre) {
     return score;
 }
 
-template <int Us> int& development() {
-    if constexpr (Us == WHITE) return white_development;
-    else return black_development;
-}
-
 template <int Us> int development_steps() {
     return (castled<Us>() ? 1 : 0) + (stands<Us>(KNIGHT, B1) ? 0 : 1) +
            (stands<Us>(BISHOP, C1) ? 0 : 1) + (stands<Us>(BISHOP, F1) ? 0 : 1) +
@@ -71,9 +69,9 @@ template <int Us> int opening_terms() {
 
     score += fianchetto<Us>(B2, 1) + fianchetto<Us>(G2, -1);
 
-    development<Us>() = development_steps<Us>();
-    score += development_penalty[at(DEVELOPMENT_STEPS - development<Us>())];
-    return score;
+    const int steps = development_steps<Us>();
+    eval_side<Us>().development = steps;
+    return score + development_penalty[at(DEVELOPMENT_STEPS - steps)];
 }
 
 template int opening_terms<WHITE>();

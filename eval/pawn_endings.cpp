@@ -3,9 +3,14 @@
 //
 // A pawn runs if it queens by its own moves alone, whatever the enemy king does meanwhile: the
 // rule of the square, and also a way that the own king or other pawns guard. To find out, the
-// set of squares that the enemy king may have reached is grown move by move, all other men
+// set of squares that the enemy king may have reached is grown move by move, all other pawns
 // standing still. Each colour looks at the board from its own side, as if it were white.
-#include "eval/eval.h"
+#include "eval/pawn_endings.h"
+#include "board/attacks.h"
+#include "board/position.h"
+
+#include "eval/kpk.h"
+#include "eval/setup.h"
 
 #include <algorithm>
 #include <array>
@@ -56,19 +61,17 @@ template <int Us> bool checked_by_pawn() {
     return stands_near<Us * 9, Us * 11>(king_square<Us>(), -Us * PAWN);
 }
 
-// Own men and the squares they guard, as this colour sees the board.
+// Own king and pawns and the squares they guard, as this colour sees the board.
 struct Guard {
-    SquareSet men = 0;
+    SquareSet occupied = 0;
     SquareSet pawns = 0;
     SquareSet king = 0;  // squares beside the own king
 };
 
 template <int Us> Guard own_guard() {
     Guard guard;
-    const PieceList& list = own_list<Us>();
-    for (int i = 0; i < list.size; ++i) {
-        const int sq = list.squares[at(i)];
-        guard.men |= bit(index_seen<Us>(sq));
+    for (const int sq : eval_side<Us>().list) {
+        guard.occupied |= bit(index_seen<Us>(sq));
         if (piece_on(sq) == Us * PAWN) guard.pawns |= bit(index_seen<Us>(sq));
     }
     guard.king = squares_beside(bit(index_seen<Us>(king_square<Us>())));
@@ -80,7 +83,7 @@ template <int Us> Guard own_guard() {
 template <int Us> int moves_to_queen(int sq, const Guard& guard, bool enemy_first) {
     int pawn = index_seen<Us>(sq);
     const SquareSet others = guard.pawns & ~bit(pawn);
-    const SquareSet men = guard.men & ~bit(pawn);
+    const SquareSet blockers = guard.occupied & ~bit(pawn);
     const SquareSet held =
         guard.king | bit(index_seen<Us>(king_square<Us>())) | pawn_attacks(others);
     SquareSet reach = bit(index_seen<Us>(king_square<-Us>()));
@@ -91,7 +94,7 @@ template <int Us> int moves_to_queen(int sq, const Guard& guard, bool enemy_firs
     if (enemy_first) let_king_step();
     int moves = 0;
     while (pawn < 56) {
-        const auto can_enter = [&](int square) { return ((men | reach) & bit(square)) == 0; };
+        const auto can_enter = [&](int square) { return ((blockers | reach) & bit(square)) == 0; };
         if ((reach & bit(pawn)) != 0 || !can_enter(pawn + 8)) return 0;
         pawn += pawn < 16 && can_enter(pawn + 16) ? 16 : 8;
         ++moves;
@@ -108,18 +111,17 @@ bool goes_before(int plies, int pawn, const Run& other) {
 
 template <int Us> Run fastest_run() {
     Run best;
-    const PieceList& list = own_list<Us>();
+    const PieceList& list = eval_side<Us>().list;
     const auto is_candidate = [](int sq) {
         return piece_on(sq) == Us * PAWN && is_on_solved_rank<Us>(sq) && is_passed<Us>(sq);
     };
-    const auto end = list.squares.begin() + list.size;
-    auto pawn = std::find_if(list.squares.begin(), end, is_candidate);
-    if (pawn == end) return best;
+    auto pawn = std::find_if(list.begin(), list.end(), is_candidate);
+    if (pawn == list.end()) return best;
 
     const Guard guard = own_guard<Us>();
     const bool enemy_first = side != Us || checked_by_pawn<Us>();
     const int waiting = side != Us ? 0 : enemy_first ? 1 : -1;
-    for (; pawn != end; pawn = std::find_if(pawn + 1, end, is_candidate)) {
+    for (; pawn != list.end(); pawn = std::find_if(pawn + 1, list.end(), is_candidate)) {
         const int moves = moves_to_queen<Us>(*pawn, guard, enemy_first);
         const int plies = 2 * moves + waiting;
         if (moves == 0 || (best.plies != 0 && !goes_before(plies, *pawn, best))) continue;
@@ -165,15 +167,15 @@ template <int Us> int race_score(const Run& own, const Run& rival) {
 }
 
 template <int Us> bool any_pawn_beats_bare_king() {
-    const PieceList& list = own_list<Us>();
-    return std::any_of(list.squares.begin(), list.squares.begin() + list.size,
+    const PieceList& list = eval_side<Us>().list;
+    return std::any_of(list.begin(), list.end(),
                        [](int sq) { return piece_on(sq) == Us * PAWN && beats_bare_king<Us>(sq); });
 }
 
 // True if no pawn of this colour has a move or a capture.
 template <int Us> bool pawns_are_stuck() {
-    const PieceList& list = own_list<Us>();
-    return std::none_of(list.squares.begin(), list.squares.begin() + list.size, [](int sq) {
+    const PieceList& list = eval_side<Us>().list;
+    return std::none_of(list.begin(), list.end(), [](int sq) {
         if (piece_on(sq) != Us * PAWN) return false;
         return piece_on(sq + Us * 10) == EMPTY || stands_near<Us * 9, Us * 11>(sq, -Us * PAWN);
     });
@@ -202,15 +204,15 @@ template <int Us> bool is_rook_pawn_draw(int pawn) {
     const int file = file_of(pawn);
     if (file != 1 && file != 8) return false;
     if (distance_between(king_square<-Us>(), queening_square<Us>(pawn)) > 1) return false;
-    const PieceList& list = own_list<Us>();
-    return std::all_of(list.squares.begin(), list.squares.begin() + list.size, [&](int sq) {
+    const PieceList& list = eval_side<Us>().list;
+    return std::all_of(list.begin(), list.end(), [&](int sq) {
         if (piece_on(sq) != Us * PAWN) return true;
         return file_of(sq) == file && is_on_solved_rank<Us>(sq) && !beats_bare_king<Us>(sq);
     });
 }
 
 template <int Us> bool known_against_bare_king(int& score) {
-    const PieceList& list = own_list<Us>();
+    const PieceList& list = eval_side<Us>().list;
     const int king = king_square<Us>();
     const int pawn = list.squares[list.squares[0] == king ? 1 : 0];
     score = 0;
@@ -230,11 +232,11 @@ bool known_pawn_ending(int& score) {
     return white_pawns == 0 && known_against_bare_king<BLACK>(score);
 }
 
-void add_pawn_ending_terms(int& white_pos, int& black_pos) {
+ColourPair pawn_ending_terms() {
     const Run white = fastest_run<WHITE>();
     const Run black = fastest_run<BLACK>();
-    white_pos += running_score<WHITE>(white, black) + opposition<WHITE>();
-    black_pos += running_score<BLACK>(black, white) + opposition<BLACK>();
+    return {running_score<WHITE>(white, black) + opposition<WHITE>(),
+            running_score<BLACK>(black, white) + opposition<BLACK>()};
 }
 
 }  // namespace tarsimo

@@ -1,11 +1,12 @@
-// Pawn structure, king shelter and pawn storm: everything that depends on pawns and kings
-// alone, kept in a cache of its own (pawn hash tables: Slate and Atkin 1977). Passed pawns
-// meet the pieces at the end of the file.
-#include "eval/eval.h"
+// Pawn structure, and the cache that keeps it with the kings' shelter and the pawn storm.
+#include "eval/pawns.h"
+
+#include "board/attacks.h"
+#include "board/position.h"
+#include "eval/setup.h"
+#include "eval/shelter.h"
 
 #include <algorithm>
-#include <bit>
-#include <cstdlib>
 
 namespace tarsimo {
 
@@ -34,7 +35,7 @@ template <int Us> bool own_ahead(int sq) {
 }
 
 // Enemy pawns on a neighbouring file that the pawn has yet to pass.
-template <int Us> int sentries(int sq, int side_step) {
+template <int Us> int stoppers(int sq, int side_step) {
     int count = 0;
     for (int ahead = sq + side_step + 20 * Us; piece_on(ahead) != OFFBOARD; ahead += 10 * Us) {
         count += own_pawn_on<-Us>(ahead) ? 1 : 0;
@@ -42,8 +43,8 @@ template <int Us> int sentries(int sq, int side_step) {
     return count;
 }
 
-// Own pawns on a neighbouring file, level or behind, that can come to its help.
-template <int Us> int helpers(int sq, int side_step) {
+// Own pawns on a neighbouring file, level or behind, that can come to support it.
+template <int Us> int supporters(int sq, int side_step) {
     int count = 0;
     for (int behind = sq + side_step; piece_on(behind) != OFFBOARD; behind -= 10 * Us) {
         count += own_pawn_on<Us>(behind) ? 1 : 0;
@@ -77,7 +78,7 @@ template <int Us> ScorePair passed_pawn_structure(int sq, int rank) {
     return score;
 }
 
-template <int Us> ScorePair one_pawn(int sq, SquareSet& passed) {
+template <int Us> ScorePair pawn_term(int sq, SquareSet& passed) {
     const int file = file_of(sq);
     const int rank = own_rank<Us>(sq);
     const int opposed = enemy_ahead<Us>(file, rank) ? 0 : 1;
@@ -101,20 +102,18 @@ template <int Us> ScorePair one_pawn(int sq, SquareSet& passed) {
         passed |= bit(set_index(sq));
         score += passed_pawn_structure<Us>(sq, rank);
     } else if (opposed == 1 && !own_ahead<Us>(sq) &&
-               helpers<Us>(sq, -1) + helpers<Us>(sq, 1) >=
-                   sentries<Us>(sq, -1) + sentries<Us>(sq, 1)) {
+               supporters<Us>(sq, -1) + supporters<Us>(sq, 1) >=
+                   stoppers<Us>(sq, -1) + stoppers<Us>(sq, 1)) {
         score += weigh<Us>(PAWN_CANDIDATE + rank_index(rank, 2, 6));
     }
     return score;
 }
 
 template <int Us> ScorePair structure_of(SquareSet& passed) {
-    const PieceList& list = own_list<Us>();
     ScorePair score = 0;
     passed = 0;
-    for (int i = 0; i < list.size; ++i) {
-        const int sq = list.squares[at(i)];
-        if (own_pawn_on<Us>(sq)) score += one_pawn<Us>(sq, passed);
+    for (const int sq : eval_side<Us>().list) {
+        if (own_pawn_on<Us>(sq)) score += pawn_term<Us>(sq, passed);
     }
     return score;
 }
@@ -122,9 +121,8 @@ template <int Us> ScorePair structure_of(SquareSet& passed) {
 // Distance of a king to the nearest pawn of either colour; there is one.
 int nearest_pawn(int king) {
     int nearest = 16;
-    for (const PieceList* list : {&white_list, &black_list}) {
-        for (int i = 0; i < list->size; ++i) {
-            const int sq = list->squares[at(i)];
+    for (const EvalSide* eval : {&white_eval, &black_eval}) {
+        for (const int sq : eval->list) {
             if (type_on(sq) == PAWN) nearest = std::min(nearest, distance_between(king, sq));
         }
     }
@@ -136,121 +134,25 @@ template <int Us> ScorePair king_to_pawns() {
     return weigh<Us>(KING_FAR_FROM_PAWNS, nearest_pawn(king_square<Us>()));
 }
 
-// ---------------------------------------------------------------------------
-// The king's shelter
-// ---------------------------------------------------------------------------
-
-// Own and enemy pawns of one file, seen from the king's rank forward.
-template <int Us> int shelter_file(int king, int file, bool king_file) {
-    int own = 0;
-    int enemy = 0;
-    bool blocked = false;
-    for (int sq = king - file_of(king) + file; piece_on(sq) != OFFBOARD; sq += 10 * Us) {
-        if (own == 0 && own_pawn_on<Us>(sq)) own = own_rank<Us>(sq);
-        if (enemy == 0 && own_pawn_on<-Us>(sq)) {
-            enemy = own_rank<Us>(sq);
-            blocked = own_pawn_on<Us>(sq - 10 * Us);
-        }
-    }
-    const int own_index = own == 0 ? 0 : rank_index(own, 1, 5);
-    const int enemy_index = blocked      ? 6 + rank_index(enemy, 3, 6)
-                            : enemy == 0 ? 0
-                                         : rank_index(enemy, 1, 6);
-    return middlegame_part(weigh<Us>(SHELTER_PAWN + own_index + (king_file ? 0 : 5)) +
-                           weigh<Us>(SHELTER_STORM + enemy_index));
-}
-
-template <int Us> int shelter() {
-    const int king = king_square<Us>();
-    const int middle = std::clamp(file_of(king), 2, 7);
-    int score = middlegame_part(weigh<Us>(KING_ON_FILE + file_of(king) - 1) +
-                                weigh<Us>(KING_ON_RANK + own_rank<Us>(king) - 1));
-    for (int file = middle - 1; file <= middle + 1; ++file) {
-        score += shelter_file<Us>(king, file, file == file_of(king));
-    }
-    return score;
-}
-
-// Own pawns on the two ranks in front of the enemy king, within two files of it. They storm
-// only a king on the other wing than the own one; elsewhere they are that king's neighbours.
-template <int Us> std::uint8_t storming_pawns() {
-    const int king = king_square<-Us>();
-    if (std::abs(file_of(king) - file_of(king_square<Us>())) < 3) return 0;
-    std::uint8_t count = 0;
-    for (int rank = 1; rank <= 2; ++rank) {
-        for (int file = -2; file <= 2; ++file) {
-            const int sq = king - 10 * Us * rank + file;
-            if (on_board(sq) && own_pawn_on<Us>(sq)) ++count;
-        }
-    }
-    return count;
-}
-
-void work_out(PawnTerms& terms) {
+void compute(PawnTerms& terms) {
     terms.structure = {structure_of<WHITE>(terms.passed[0]) + king_to_pawns<WHITE>(),
                        structure_of<BLACK>(terms.passed[1]) + king_to_pawns<BLACK>()};
     terms.shelter = {shelter<WHITE>(), shelter<BLACK>()};
-    terms.storm = {storming_pawns<WHITE>(), storming_pawns<BLACK>()};
+    terms.storm = {static_cast<std::uint8_t>(storming_pawns<WHITE>()),
+                   static_cast<std::uint8_t>(storming_pawns<BLACK>())};
     terms.key = pawn_key;
-}
-
-// ---------------------------------------------------------------------------
-// Passed pawns and pieces
-// ---------------------------------------------------------------------------
-
-template <int Us> int first_behind(int sq) { return first_piece<-10 * Us>(sq); }
-
-// All squares in front of one.
-template <int Us> SquareSet file_ahead(int sq) {
-    const int index = square_index[at(sq)];
-    return Us == WHITE ? FILE_A << 8 << index : FILE_A << 7 >> 8 >> (63 - index);
-}
-
-template <int Us> ScorePair one_passed_pawn(int sq, int rank) {
-    const SquareSet ours = eval_side<Us>().attacks[0];
-    const SquareSet theirs = eval_side<-Us>().attacks[0];
-    const int index = rank - 4;
-    const SquareSet stop = set_of(sq + 10 * Us);
-    const SquareSet obstacles = theirs | occupied_squares();
-    ScorePair score = 0;
-
-    if ((stop & occupied_squares()) != 0) {
-        score += weigh<Us>(PASSED_BLOCKED + index);
-    } else {
-        if ((stop & theirs) == 0) score += weigh<Us>(PASSED_FREE_STOP + index);
-        if ((stop & ours) != 0) score += weigh<Us>(PASSED_HELD_STOP + index);
-        if ((file_ahead<Us>(sq) & obstacles) == 0) score += weigh<Us>(PASSED_FREE_PATH + index);
-    }
-
-    const int behind = first_behind<Us>(sq);
-    if (behind == Us * ROOK) score += weigh<Us>(PASSED_ROOK_BEHIND);
-    if (behind == -Us * ROOK) score += weigh<Us>(PASSED_ROOK_BEHIND + 1);
-    return score;
 }
 
 }  // namespace
 
-void fetch_pawn_terms() { __builtin_prefetch(&pawn_cache[pawn_key % PAWN_CACHE_SIZE]); }
+void prefetch_pawn_terms() { __builtin_prefetch(&pawn_cache[pawn_key % PAWN_CACHE_SIZE]); }
 
 const PawnTerms& pawn_terms() {
     PawnTerms& entry = pawn_cache[pawn_key % PAWN_CACHE_SIZE];
-    if (EVAL_TRACED || entry.key != pawn_key) work_out(entry);
+    if (EVAL_TRACED || entry.key != pawn_key) compute(entry);
     white_eval.passed = entry.passed[0];
     black_eval.passed = entry.passed[1];
     return entry;
 }
-
-template <int Us> ScorePair passed_pawn_term() {
-    ScorePair score = 0;
-    for (SquareSet rest = eval_side<Us>().passed; rest != 0; rest &= rest - 1) {
-        const int sq = square_of_bit(std::countr_zero(rest));
-        const int rank = own_rank<Us>(sq);
-        if (rank >= 4 && rank <= 7) score += one_passed_pawn<Us>(sq, rank);
-    }
-    return score;
-}
-
-template ScorePair passed_pawn_term<WHITE>();
-template ScorePair passed_pawn_term<BLACK>();
 
 }  // namespace tarsimo

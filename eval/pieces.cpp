@@ -1,7 +1,11 @@
 // Knights, bishops, rooks and queens: mobility, good and bad places, and their attacks around
 // the enemy king. What a piece reaches is found once for mobility, the attack maps and the
 // king attack together.
-#include "eval/eval.h"
+#include "eval/pieces.h"
+#include "board/attacks.h"
+#include "board/position.h"
+
+#include "eval/setup.h"
 
 namespace tarsimo {
 
@@ -9,6 +13,13 @@ namespace {
 
 constexpr int ROOK_SHUT_IN_MOBILITY = 3;  // safe squares that a shut-in rook has at most
 constexpr int FIVE_PAWNS = 5;             // material values fit a side with as many pawns
+constexpr int DEVELOPMENT_STEPS = 5;
+
+// The weights of four kinds of pieces stand one behind the other: MATCHES eval/weights.inc.
+static_assert(BISHOP_ON_RANK == KNIGHT_ON_RANK + 8 && ROOK_ON_RANK == BISHOP_ON_RANK + 8 &&
+              QUEEN_ON_RANK == ROOK_ON_RANK + 8);
+static_assert(BISHOP_ON_FILE == KNIGHT_ON_FILE + 4 && ROOK_ON_FILE == BISHOP_ON_FILE + 4 &&
+              QUEEN_ON_FILE == ROOK_ON_FILE + 4);
 
 // Rank and wing together, by kind of piece and square as its owner sees it.
 constexpr auto place_value = [] {
@@ -71,7 +82,7 @@ template <int Us> bool is_trapped_bishop(int sq) {
 }
 
 // From its own side of a long diagonal it sees both centre squares.
-template <int Us> bool rules_long_diagonal(int sq) {
+template <int Us> bool is_on_long_diagonal(int sq) {
     const int file = file_of(sq);
     const int rank = own_rank<Us>(sq);
     if (rank > 3 || (file != rank && file + rank != 9)) return false;
@@ -85,11 +96,12 @@ template <int Us> ScorePair bishop_place(int sq) {
     EvalSide& us = eval_side<Us>();
     const auto colour = at(colour_of(sq));
     ScorePair score = minor_place<Us>(sq, BISHOP, BISHOP_OUTPOST);
-    if (us.bishops[colour]++ == 0 && us.bishops[1 - colour] != 0) score += weigh<Us>(BISHOP_PAIR);
+    ++us.bishops[colour];
+    if (us.bishops[colour] == 1 && us.bishops[1 - colour] != 0) score += weigh<Us>(BISHOP_PAIR);
     const SquareSet same_colour = colour == 1 ? DARK_SQUARES : ~DARK_SQUARES;
     score += weigh<Us>(BISHOP_BLOCKED_BY_PAWNS, count_squares(us.pawns & same_colour));
     if (is_trapped_bishop<Us>(sq)) score += weigh<Us>(BISHOP_TRAPPED);
-    if (rules_long_diagonal<Us>(sq)) score += weigh<Us>(BISHOP_LONG_DIAGONAL);
+    if (is_on_long_diagonal<Us>(sq)) score += weigh<Us>(BISHOP_LONG_DIAGONAL);
     return score;
 }
 
@@ -116,11 +128,9 @@ template <int Us> ScorePair rook_place(int sq, int mobility) {
 }
 
 template <int Us> ScorePair queen_place(int sq) {
-    constexpr int FULL_DEVELOPMENT = 5;
     ScorePair score = weigh<Us>(QUEEN_NEAR_KING, distance_between(king_square<-Us>(), sq));
-    if (own_development<Us>() < FULL_DEVELOPMENT && sq != own_square<Us>(D1)) {
-        score += weigh<Us>(QUEEN_EARLY, FULL_DEVELOPMENT - own_development<Us>());
-    }
+    const int undeveloped = DEVELOPMENT_STEPS - eval_side<Us>().development;
+    if (undeveloped > 0 && sq != own_square<Us>(D1)) score += weigh<Us>(QUEEN_EARLY, undeveloped);
     return score;
 }
 
@@ -138,7 +148,8 @@ template <int Us> ScorePair piece_term(int sq, int type) {
     us.king_attackers += zone_attacks != 0 ? 1 : 0;
     ScorePair score = place<Us>(sq, kind) + weigh<Us>(ZONE_ATTACK + kind, zone_attacks);
     score += weigh<Us>(PIECE_PAWNS + kind, pawn_count<Us>() - FIVE_PAWNS);
-    if (++us.count[at(type)] == 2 && (type == KNIGHT || type == ROOK)) {
+    ++us.count[at(type)];
+    if (us.count[at(type)] == 2 && (type == KNIGHT || type == ROOK)) {
         score += weigh<Us>(PIECE_PAIR + (type == ROOK ? 1 : 0));
     }
     switch (type) {

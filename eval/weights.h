@@ -6,7 +6,7 @@
 #ifndef TARSIMO_EVAL_WEIGHTS_H
 #define TARSIMO_EVAL_WEIGHTS_H
 
-#include "board/board.h"
+#include "board/position.h"
 
 #include <array>
 #include <cstdint>
@@ -118,8 +118,8 @@ struct EvalTrace {
 
 extern EvalTrace eval_trace;  ///< of the last evaluate()
 
-/// Set one field of the trace; nothing in the engine itself.
-template <typename Field> inline void note(Field EvalTrace::*field, const Field& value) {
+/// Set one field of the trace, where there is one.
+template <typename Field> inline void record(Field EvalTrace::*field, const Field& value) {
     if constexpr (EVAL_TRACED) eval_trace.*field = value;
 }
 

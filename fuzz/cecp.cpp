@@ -1,5 +1,6 @@
 // Fuzz target: a GUI. The first byte chooses the clock, the rest is what it sends after "xboard".
-#include "control/control.h"
+#include "control/cecp.h"
+#include "control/engine.h"
 #include "session.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -1,5 +1,6 @@
 // Fuzz target: a person's keyboard. The first byte chooses the clock, the rest is typed.
-#include "control/control.h"
+#include "control/console.h"
+#include "control/display.h"
 #include "session.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

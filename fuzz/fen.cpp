@@ -1,9 +1,22 @@
 // Fuzz target: a text is set up as a position, and everything that a game does with one is done:
 // every move made and taken back, judged, exchanged, and searched. Then a normal position must be
 // as if nothing had been.
-#include "board/board.h"
-#include "control/control.h"
-#include "eval/eval.h"
+#include "control/fen.h"
+
+#include "board/attacks.h"
+#include "board/consistency.h"
+#include "board/generate.h"
+#include "board/keys.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "board/see.h"
+#include "control/cecp.h"
+#include "control/clock.h"
+#include "control/engine.h"
+#include "control/system.h"
+#include "eval/evaluate.h"
+#include "eval/setup.h"
 #include "search/search.h"
 #include "session.h"
 #include "tools/legal_moves.h"
@@ -67,10 +80,11 @@ std::uint64_t recounted_pawn_key() {
 }
 
 void check_evaluation() {
-    const int score = evaluate(-MATE_BOUND, MATE_BOUND);
-    demand(evaluate(-MATE_BOUND, MATE_BOUND) == score, "the cache gives the same score");
+    const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
+    demand(evaluate(-INFINITE_SCORE, INFINITE_SCORE) == score, "the cache gives the same score");
     eval_cache[hash_key % eval_cache_size] = {};
-    demand(evaluate(-MATE_BOUND, MATE_BOUND) == score, "the caches below give the same score");
+    demand(evaluate(-INFINITE_SCORE, INFINITE_SCORE) == score,
+           "the caches below give the same score");
     reset_eval_outputs();
     eval_setup();
     demand(pawn_key == recounted_pawn_key(), "the pawn key is that of pawns and kings");
@@ -81,15 +95,16 @@ void check_searches() {
     time_budget_ms = SEARCH_BUDGET_MS;
     search_start_ms = clock_ms();
     search_aborted = false;
-    quiesce(-MATE_BOUND, MATE_BOUND, 0);
+    quiesce(-INFINITE_SCORE, INFINITE_SCORE, 0);
     search_aborted = false;
-    search(-MATE_BOUND, MATE_BOUND, SEARCH_DEPTH, true, in_check());
+    search(-INFINITE_SCORE, INFINITE_SCORE, SEARCH_DEPTH, true, in_check());
     demand(snapshot() == before, "a search leaves the position as it was");
     think();
 }
 
 void serve() {
     xboard_mode = true;
+    voice = &cecp_voice;
     set_position_fen(std::string(text));
     check_moves();
     check_evaluation();

@@ -1,7 +1,8 @@
 // Stands in for control/system.cpp in the whole program under AFL++: seconds pass at every reading
 // of the clock, so that no run thinks for long.
-#include "control/control.h"
+#include "control/system.h"
 
+#include <cstdint>
 #include <cstdlib>
 
 namespace tarsimo {

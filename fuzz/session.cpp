@@ -1,9 +1,13 @@
 // The surroundings of a session: clock, end, input in packets, and a fresh engine each time.
 #include "session.h"
 
-#include "board/board.h"
-#include "control/control.h"
-#include "search/search.h"
+#include "board/keys.h"
+#include "control/clock.h"
+#include "control/engine.h"
+#include "control/input.h"
+#include "control/system.h"
+#include "control/think.h"
+#include "search/root.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -75,7 +79,8 @@ void restore_keys() {
 
 void start_engine() {
     xboard_mode = false;
-    stop_requested = pondering = first_root_move = time_extended = false;
+    stop_requested = pondering = time_extended = false;
+    root = {};
     init_engine();
     restore_keys();
     reset_search();

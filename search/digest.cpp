@@ -1,5 +1,7 @@
 // The tree digest, compiled into the library that tests and tree tools link.
-#include "search/search.h"
+#include "search/digest.h"
+
+#include "board/position.h"
 
 #ifdef TARSIMO_TREE_DIGEST
 
@@ -21,7 +23,7 @@ std::function<void(const EnteredNode&)> node_observer;
 
 void reset_tree_digest() { tree_digest = FNV_START; }
 
-void note_node(char kind, int alpha, int beta, int depth, bool allow_null, bool node_in_check) {
+void record_node(char kind, int alpha, int beta, int depth, bool allow_null, bool node_in_check) {
     take(static_cast<int>(kind));
     take(search_ply);
     take(alpha);

@@ -1,5 +1,12 @@
 // Move ordering memory: three killers a ply and the history table (Schaeffer, "The history
 // heuristic", 1983). The lists read both when a move is added; the searches write them here.
+#include "search/ordering.h"
+
+#include "eval/score.h"
+
+#include "board/move_list.h"
+#include "board/position.h"
+
 #include "search/search.h"
 
 #include <algorithm>
@@ -8,6 +15,7 @@ namespace tarsimo {
 
 int history_max = 0;
 int current_move_score = 0;
+std::array<int, PLY_SLOTS> eval_stack{};
 
 namespace {
 
@@ -22,19 +30,19 @@ static_assert(MOVE_STACK_SIZE <= PLACES);
 
 int pick_move() {
     // Score and place in one number: the best score wins, and of equal ones the first move. No
-    // branch here is hard to foretell.
+    // branch here is hard to predict.
     const int begin = list_start(search_ply);
     const int end = list_start(search_ply + 1);
-    std::int64_t best_key = std::int64_t{NO_SCORE} * PLACES;
+    std::int64_t best_key = std::int64_t{PICKED} * PLACES;
     for (int i = begin; i < end; ++i) {
         best_key = std::max(best_key, std::int64_t{move_at(i).score} * PLACES + (PLACES - 1 - i));
     }
     const int best = static_cast<int>(best_key >> PLACE_BITS);
-    if (best == NO_SCORE) return -1;
+    if (best == PICKED) return -1;
 
     const int choice = PLACES - 1 - static_cast<int>(best_key & (PLACES - 1));
     current_move_score = best;
-    move_at(choice).score = NO_SCORE;
+    move_at(choice).score = PICKED;
     return choice;
 }
 
@@ -59,7 +67,7 @@ void update_killers(const Move& move, int score) {
     MoveRef& mate_killer = killer1[at(search_ply)];
     MoveRef& first = killer2[at(search_ply)];
     MoveRef& second = killer3[at(search_ply)];
-    if (score > MATE_THRESHOLD) {
+    if (is_mate(score)) {
         mate_killer.from = move.from;
         mate_killer.to = move.to;
     } else if (move.captured == 0 && move.promotion <= ROOK && !first.same_move(move)) {
@@ -79,27 +87,6 @@ void clear_ordering() {
     history_max = 0;
     for (auto& row : pv_table) row.fill({});
     eval_stack.fill(0);
-}
-
-bool is_exempt_pawn_move(int type, int colour, int to) {
-    if (type != PAWN) return false;
-    const int rank = square_rank[at(to)];
-    if (rank == (colour == WHITE ? 7 : 2)) return true;
-    if (rank != (colour == WHITE ? 6 : 3)) return false;
-    const int enemy_pawn = -colour * PAWN;
-    return piece_on(to + colour * 9) != enemy_pawn && piece_on(to + colour * 10) != enemy_pawn &&
-           piece_on(to + colour * 11) != enemy_pawn;
-}
-
-void reset_search() {
-    clear_hash_tables();
-    clear_ordering();
-    hash_move = {};
-    for (Move& move : move_stack) move.score = 0;
-    clear_statistics();
-    search_aborted = false;
-    current_move_score = 0;
-    search_ply = 0;
 }
 
 }  // namespace tarsimo

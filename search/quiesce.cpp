@@ -1,5 +1,14 @@
 // Quiescence search: stand pat, then captures and queen promotions. It has no table and no
 // check handling.
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "board/see.h"
+#include "search/digest.h"
+#include "search/node.h"
+#include "search/ordering.h"
 #include "search/search.h"
 
 #include <algorithm>
@@ -8,7 +17,8 @@ namespace tarsimo {
 
 namespace {
 
-constexpr int DELTA_MARGIN = 100;  // a capture must be able to lift the best to alpha
+constexpr bool MAYBE_IN_CHECK = true;  // nobody has looked
+constexpr int DELTA_MARGIN = 100;      // a capture must be able to lift the best to alpha
 
 // True if a pawn of the side not to move guards the square.
 bool guarded_by_pawn(int sq) {
@@ -16,7 +26,7 @@ bool guarded_by_pawn(int sq) {
     return piece_on(sq + side * 9) == enemy_pawn || piece_on(sq + side * 11) == enemy_pawn;
 }
 
-// A more valuable man takes a lesser one that is guarded by a pawn or wins the exchange.
+// A piece takes a less valuable one, or a pawn, that a pawn guards or that wins the exchange.
 bool is_losing_capture(const Move& move) {
     if (order_value[at(type_on(move.from))] <= order_value[at(move.captured)]) return false;
     return guarded_by_pawn(move.to) || see(move.from, move.to) < 0;
@@ -25,11 +35,12 @@ bool is_losing_capture(const Move& move) {
 }  // namespace
 
 int quiesce(int alpha, int beta, int qply) {
-    note_node('Q', alpha, beta, qply, false, false);
+    record_node('Q', alpha, beta, qply, false, false);
     ++nodes;
+    deepest_ply = std::max(deepest_ply, search_ply);
     if (qply >= 0 && is_repetition()) return 0;
     if (!may_generate()) return static_score(alpha, beta);
-    if (nodes % STOP_TEST_INTERVAL == 0 && input_pending()) {
+    if ((nodes & stop_test_mask) == 0 && input_pending()) {
         search_aborted = true;
         return 0;
     }
@@ -51,12 +62,7 @@ int quiesce(int alpha, int beta, int qply) {
                 continue;
             if (is_losing_capture(move)) continue;
         }
-        make_move(index);
-        fetch_ahead(0);
-        if (!king_left_safe()) {
-            unmake_move();
-            continue;
-        }
+        if (!make_if_legal(index, 0, MAYBE_IN_CHECK)) continue;
         const int score = -quiesce(-beta, -alpha, qply - 1);
         unmake_move();
         if (search_aborted) return 0;

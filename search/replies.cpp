@@ -1,23 +1,32 @@
 // The replies to a root move as one node of simple rules: no draw or mate-distance test, no
 // static evaluation, no pruning; check extensions, late-move reductions and
 // principal-variation re-searches only.
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "search/digest.h"
+#include "search/node.h"
+#include "search/ordering.h"
+#include "search/reductions.h"
 #include "search/search.h"
-
-#include <algorithm>
+#include "search/statistics.h"
+#include "search/table.h"
 
 namespace tarsimo {
 
 namespace {
 
-constexpr int REDUCTION_MIN_DEPTH = 5;  // half-plies; deeper nodes reduce
-constexpr int FIRST_REDUCED_REPLY = 4;
+constexpr int LMR_MIN_DEPTH = 6;  // half-plies
+constexpr int LMR_MIN_REPLY = 4;  // number of the first reply that may be reduced
 
 // Which replies are reduced: by the rule of the reply search, or by that of the root loop.
 enum class Reduction { REPLIES, ROOT };
 
 // The reply has been made, so `side` is the root side's colour.
 template <Reduction Rule> bool is_reduced(const Move& move, int type, int n, bool gives_check) {
-    if (n < FIRST_REDUCED_REPLY || move.promotion != 0) return false;
+    if (n < LMR_MIN_REPLY || move.promotion != 0) return false;
     if constexpr (Rule == Reduction::REPLIES) {
         // Captures are reduced here, unlike in search(); deliberate.
         if (gives_check || move.castle != 0 || current_move_score >= history_max) return false;
@@ -27,9 +36,8 @@ template <Reduction Rule> bool is_reduced(const Move& move, int type, int n, boo
     return !is_exempt_pawn_move(type, -side, move.to);
 }
 
-template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
-    note_node('R', NO_SCORE, beta, depth, false, false);
-    best = NO_SCORE;
+template <Reduction Rule> RootReplies reply_node(int beta, int depth) {
+    record_node('R', -INFINITE_SCORE, beta, depth, false, false);
     clear_pv_line();
     const bool node_in_check = in_check();
 
@@ -39,22 +47,18 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
     tt_probe(depth, unused_score, beta, unused_null_ok);
     generate_moves();
 
-    int alpha = NO_SCORE;
+    int alpha = -INFINITE_SCORE;
+    int best = NO_SCORE;
     int best_from = 0;
     int best_to = 0;
     int bound = BOUND_UPPER;
     int n = 0;
-    const bool may_reduce = depth > REDUCTION_MIN_DEPTH && !node_in_check;
+    const bool may_reduce = depth >= LMR_MIN_DEPTH && !node_in_check;
 
     for (int index = pick_move(); index >= 0; index = pick_move()) {
         const Move& move = move_at(index);
         const int type = type_on(move.from);
-        make_move(index);
-        fetch_ahead(depth - ONE_PLY);
-        if (!king_left_safe(move, node_in_check)) {
-            unmake_move();
-            continue;
-        }
+        if (!make_if_legal(index, depth - ONE_PLY, node_in_check)) continue;
         ++nodes;
         ++n;
         const bool gives_check = move_gives_check(move);
@@ -75,7 +79,9 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
             }
         }
         unmake_move();
-        if (search_aborted) return beta;
+        if (search_aborted) {
+            return {beta, best == NO_SCORE ? std::nullopt : std::optional<int>(best)};
+        }
 
         if (score <= best) continue;
         best = score;
@@ -87,30 +93,26 @@ template <Reduction Rule> int reply_node(int beta, int depth, int& best) {
         if (score >= beta) {
             update_killers(move, score);
             tt_store(BOUND_LOWER, depth, score, move.from, move.to);
-            return score;
+            return {score, score};
         }
         update_pv(index);
         bound = BOUND_EXACT;
         alpha = score;
     }
 
-    if (n == 0) {
-        best = node_in_check ? search_ply - MATED_SCORE : 0;
-        return best;
-    }
-    tt_store(bound, depth, best, best_from, best_to);
-    return best;
+    if (n == 0) best = node_in_check ? mated_in(search_ply) : 0;
+    else tt_store(bound, depth, best, best_from, best_to);
+    return {best, best};
 }
 
 }  // namespace
 
 int search_replies(int beta, int depth) {
-    int best = NO_SCORE;
-    return reply_node<Reduction::REPLIES>(beta, depth, best);
+    return reply_node<Reduction::REPLIES>(beta, depth).score;
 }
 
-int search_root_replies(int beta, int depth, int& best_reply) {
-    return reply_node<Reduction::ROOT>(beta, depth, best_reply);
+RootReplies search_root_replies(int beta, int depth) {
+    return reply_node<Reduction::ROOT>(beta, depth);
 }
 
 }  // namespace tarsimo

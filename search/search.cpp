@@ -1,26 +1,43 @@
 // Principal-variation alpha-beta search below the root.
-//
+
 // A node runs its paragraphs in a fixed order: cheap exits, transposition table, pruning of
 // the whole node on its static evaluation, then the move loop with pruning, extensions and
 // reductions of single moves. Every rule and margin shapes the tree, so their order matters.
 #include "search/search.h"
 
-#include "eval/eval.h"
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "board/see.h"
+
+#include "eval/evaluate.h"
+#include "search/digest.h"
+#include "search/hash_memory.h"
+#include "search/node.h"
+#include "search/ordering.h"
+#include "search/reductions.h"
+#include "search/statistics.h"
+#include "search/table.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace tarsimo {
 
 std::uint64_t nodes = 0;
+std::uint64_t stop_test_mask = STOP_TEST_INTERVAL - 1;
+int deepest_ply = 0;
 bool search_aborted = false;
-std::array<int, PLY_SLOTS> eval_stack{};
+bool stop_requested = false;
 
 namespace {
 
-constexpr int FIFTY_LIMIT = 99;
+constexpr int MAX_FIFTY = 99;
 
 // Static rules trust the evaluation only away from the scores of won endings.
-constexpr int ELIGIBLE_BOUND = 9999;
+constexpr int MAX_ELIGIBLE = 9999;
 
 constexpr int RAZOR_MAX_DEPTH = 5;
 constexpr int RAZOR_BASE = 500;
@@ -30,29 +47,31 @@ constexpr int STATIC_NULL_MAX_DEPTH = 6;
 constexpr int STATIC_NULL_MARGIN = 150;  // centipawns a ply
 
 constexpr int NULL_MIN_DEPTH = 4;
-constexpr int NULL_MIN_MATERIAL = 330;  // more than a bishop, or zugzwang is too likely
+constexpr int NULL_MIN_MATERIAL = 331;  // more than a bishop, or zugzwang is too likely
 constexpr int NULL_REDUCTION = 3;       // plies
-constexpr int NULL_EVAL_MARGIN = 99;
-constexpr int NULL_MATE_SCORE = 31900;
-constexpr int NULL_VERIFY_DEPTH = 11;  // deeper nodes verify the cut
+constexpr int NULL_EVAL_MARGIN = 99;    // a larger lead over beta reduces a ply more
+constexpr int NULL_FEW_PIECES = 2;      // of a side: the other rule of reduction then
+constexpr int NULL_VERIFY_MIN_DEPTH = 12;
 
 constexpr int PROBCUT_MIN_DEPTH = 10;
 constexpr int PROBCUT_REDUCTION = 8;  // half-plies
-constexpr int PROBCUT_BETA_LIMIT = 31871;
+constexpr int PROBCUT_MAX_BETA = 31871;
 constexpr int PROBCUT_IMPROVING_MARGIN = 250;
 constexpr int PROBCUT_MARGIN = 300;
-constexpr int PROBCUT_CAP = 32016;
-constexpr int PROBCUT_MOVES = 3;
+constexpr int PROBCUT_MAX_BOUND = 32016;
+constexpr int PROBCUT_MAX_MOVES = 3;
 
 constexpr int IID_MIN_DEPTH = 16;
 constexpr int IID_REDUCTION = 12;  // half-plies
 
 constexpr int FUTILITY_MAX_DEPTH = 10;
-constexpr int FUTILITY_FEW_PIECES = 4;  // pieces of both sides; fewer take the second row
+constexpr int FUTILITY_FEW_PIECES = 4;  // of both sides: up to here the second row of margins
 constexpr int MOVE_PRUNING_MAX_DEPTH = 14;
 constexpr int SEE_PRUNING_MAX_DEPTH = 10;
 constexpr int EXTENSION_MAX_DEPTH = 18;
-constexpr int LMR_MIN_DEPTH = 5;  // deeper nodes reduce
+constexpr int LMR_MIN_DEPTH = 6;
+constexpr int LMR_MIN_MOVE = 3;  // number of the first move that may be reduced
+constexpr int PRUNING_MIN_MOVE = 2;
 
 // Index: depth. Moves beyond this number are pruned when their history is poor.
 constexpr std::array<int, 15> lmp_limit = {6, 6, 6, 6, 10, 14, 18, 22, 26, 30, 34, 38, 42, 46, 50};
@@ -63,61 +82,8 @@ constexpr std::array<int, 11> futility_margin_many = {150, 150, 150, 150, 400, 4
 constexpr std::array<int, 11> futility_margin_few = {150, 200, 200, 400, 400, 400,
                                                      400, 600, 600, 700, 700};
 
-// clang-format off
-// Row: half the depth. Entry v - 1 is the move number from which the reduction is at least
-// v plies, 64 where the row does not reach v.
-constexpr std::array<std::array<int, 6>, 32> lmr_starts = {{
-    {64, 64, 64, 64, 64, 64},  // 0
-    { 1, 64, 64, 64, 64, 64},  // 1
-    { 1, 64, 64, 64, 64, 64},  // 2
-    { 1, 64, 64, 64, 64, 64},  // 3
-    { 1, 28, 64, 64, 64, 64},  // 4
-    { 1, 20, 64, 64, 64, 64},  // 5
-    { 1, 16, 39, 64, 64, 64},  // 6
-    { 1, 13, 31, 64, 64, 64},  // 7
-    { 1, 12, 26, 56, 64, 64},  // 8
-    { 1, 11, 22, 47, 64, 64},  // 9
-    { 1, 10, 20, 41, 64, 64},  // 10
-    { 1,  9, 18, 36, 64, 64},  // 11
-    { 1,  8, 16, 32, 64, 64},  // 12
-    { 1,  8, 15, 29, 57, 64},  // 13
-    { 1,  8, 14, 27, 52, 64},  // 14
-    { 1,  7, 14, 25, 48, 64},  // 15
-    { 1,  7, 13, 24, 44, 64},  // 16
-    { 1,  7, 12, 22, 40, 64},  // 17
-    { 1,  7, 12, 21, 40, 64},  // 18
-    { 1,  6, 11, 19, 37, 64},  // 19
-    { 1,  6, 10, 18, 35, 62},  // 20
-    { 1,  6, 10, 17, 33, 58},  // 21
-    { 1,  6, 10, 17, 31, 55},  // 22
-    { 1,  6, 10, 17, 30, 53},  // 23
-    { 1,  6, 10, 16, 29, 50},  // 24
-    { 1,  6, 10, 16, 28, 48},  // 25
-    { 1,  6,  9, 15, 27, 46},  // 26
-    { 1,  6,  9, 15, 26, 45},  // 27
-    { 1,  5,  9, 15, 25, 43},  // 28
-    { 1,  5,  9, 14, 25, 41},  // 29
-    { 1,  5,  9, 14, 24, 40},  // 30
-    { 1,  5,  9, 14, 23, 39},  // 31
-}};
-// clang-format on
-
-constexpr auto make_lmr_table() {
-    std::array<std::array<std::int8_t, 64>, 32> table{};
-    for (std::size_t row = 0; row < table.size(); ++row) {
-        for (const int start : lmr_starts[row]) {
-            for (std::size_t column = at(start); column < 64; ++column) ++table[row][column];
-        }
-    }
-    return table;
-}
-
-// What a node knows when it comes to its static rules.
+// What a node finds out before its moves, for the rules on single moves.
 struct Node {
-    int alpha = 0;
-    int beta = 0;
-    int depth = 0;
-    bool allow_null = false;
     bool pv = false;
     bool eligible = false;     // for the static pruning rules
     bool null_ok = true;       // the table does not speak against a null move
@@ -131,74 +97,82 @@ struct Node {
 bool both_sides_have_pieces() { return white_pieces > 0 && black_pieces > 0; }
 
 // Piece material of the side to move, in centipawns.
-int own_piece_material() {
+int mover_piece_material() {
     return side == WHITE ? white_material - piece_value[PAWN] * white_pawns
                          : black_material - piece_value[PAWN] * black_pawns;
 }
 
-// Plies taken off the null-move search. Few pieces get no extra ply for a large margin;
-// deliberate.
-int null_reduction(const Node& node) {
-    if (white_pieces <= 2 || black_pieces <= 2) return NULL_REDUCTION + node.depth / 12;
+// Razoring (Birmingham and Kent 1977): hopelessly low, and the captures do not help. The score if
+// the node can be left with it.
+std::optional<int> razor(const Node& node, int beta, int depth) {
+    const int threshold = beta - (RAZOR_BASE + RAZOR_SLOPE * depth);
+    if (node.eval >= threshold) return std::nullopt;
+    const int score = quiesce(threshold - 1, threshold, 0);
+    if (search_aborted || score >= threshold) return std::nullopt;
+    ++statistics.razoring;
+    return score;
+}
+
+bool null_move_applies(const Node& node, int beta, int depth) {
+    return node.null_ok && node.eligible && node.eval >= beta && depth >= NULL_MIN_DEPTH &&
+           mover_piece_material() >= NULL_MIN_MATERIAL;
+}
+
+// Plies taken off the null-move search.
+int null_reduction(const Node& node, int beta, int depth) {
+    // QUIRK: few pieces get no extra ply for a large lead; endings are reduced by depth alone.
+    if (white_pieces <= NULL_FEW_PIECES || black_pieces <= NULL_FEW_PIECES) {
+        return NULL_REDUCTION + depth / 12;
+    }
     int plies = NULL_REDUCTION;
-    if (node.depth > 10) plies += node.depth / 8;
-    if (node.eval - NULL_EVAL_MARGIN > node.beta) ++plies;
+    if (depth > 10) plies += depth / 8;
+    if (node.eval - NULL_EVAL_MARGIN > beta) ++plies;
     return plies;
 }
 
-bool null_move_applies(const Node& node) {
-    return node.allow_null && node.null_ok && node.depth >= NULL_MIN_DEPTH && node.eligible &&
-           own_piece_material() > NULL_MIN_MATERIAL && node.eval >= node.beta;
-}
-
-// Null move (Beal 1989, Donninger 1993): if passing still reaches beta, so will a move. True
-// when the node can be left with `score`; otherwise the node's two flags are set. Deep cuts
-// are verified by a search without null move.
-bool null_move_cuts(Node& node, int& score) {
+// Null move (Beal 1989, Donninger 1993): if passing still reaches beta, so will a move. Deep cuts
+// are verified by a search without null move. The score if the node can be left with it; otherwise
+// the node learns what its failure tells.
+std::optional<int> try_null_move(Node& node, int alpha, int beta, int depth) {
     ++statistics.null_tries;
-    const int reduced_depth = node.depth - ONE_PLY * null_reduction(node);
+    const int reduced_depth = depth - ONE_PLY * null_reduction(node, beta, depth);
     const int ep_square_before = make_null_move();
-    fetch_ahead(reduced_depth);
-    const int reply = search(-node.beta, -node.alpha, reduced_depth, false, false);
+    prefetch_slots(reduced_depth);
+    const int reply = search(-beta, -alpha, reduced_depth, false, NOT_IN_CHECK);
     unmake_null_move(ep_square_before);
-    if (search_aborted) return false;
+    if (search_aborted) return std::nullopt;
 
-    score = -reply;
-    if (score < node.beta) {
+    int score = -reply;
+    if (score < beta) {
         node.null_failed = true;
-        node.mate_threat = reply > MATE_THRESHOLD;
-        return false;
+        node.mate_threat = is_mate(reply);
+        return std::nullopt;
     }
     ++statistics.null_cuts;
-    if (score >= NULL_MATE_SCORE) score = node.beta;  // a mate behind a pass is not proven
-    if (node.depth <= NULL_VERIFY_DEPTH) return true;
-    return search(node.alpha, node.beta, reduced_depth, false, false) >= node.beta;
+    if (score >= MATE_THRESHOLD) score = beta;  // a mate behind a pass is not proven
+    if (depth < NULL_VERIFY_MIN_DEPTH) return score;
+    if (search(alpha, beta, reduced_depth, false, NOT_IN_CHECK) >= beta) return score;
+    return std::nullopt;
 }
 
 // ProbCut (Buro 1995): one of the first three legal moves reaches a raised beta at reduced
 // depth, so the node very likely reaches beta. The pick that ends the loop marks its slot.
-bool probcut_cuts(const Node& node, int raised_beta, int& score) {
+std::optional<int> probcut(int raised_beta, int depth) {
     generate_moves();
     int tried = 0;
-    for (int index = pick_move(); index >= 0 && tried < PROBCUT_MOVES; index = pick_move()) {
-        const Move& move = move_at(index);
-        make_move(index);
-        fetch_ahead(0);
-        if (!king_left_safe(move, false)) {
-            unmake_move();
-            continue;
-        }
+    for (int index = pick_move(); index >= 0 && tried < PROBCUT_MAX_MOVES; index = pick_move()) {
+        if (!make_if_legal(index, 0, NOT_IN_CHECK)) continue;
         ++tried;
-        score = -quiesce(-raised_beta, -raised_beta + 1, 0);
+        int score = -quiesce(-raised_beta, -raised_beta + 1, 0);
         if (score >= raised_beta && !search_aborted) {
-            score = -search(-raised_beta, -raised_beta + 1, node.depth - PROBCUT_REDUCTION, false,
-                            move_gives_check(move));
+            score = -search(-raised_beta, -raised_beta + 1, depth - PROBCUT_REDUCTION, false,
+                            move_gives_check(move_at(index)));
         }
         unmake_move();
-        if (search_aborted) return false;
-        if (score >= raised_beta) return true;
+        if (search_aborted) return std::nullopt;
+        if (score >= raised_beta) return score;
     }
-    return false;
+    return std::nullopt;
 }
 
 // A check worth a full ply whatever the exchange says: by the king, by a capture of equal or
@@ -244,47 +218,64 @@ bool loses_exchange(const Move& move) {
     return exchange < 0;
 }
 
-// Late-move pruning of a made move that gives no check. Only moves below the history's
-// maximum are candidates, so hash move, killers and good captures are safe.
-bool is_pruned(Node& node, const Move& move, int type, int n, int new_depth, int& best) {
-    const int ply = search_ply - 1;
-    if (n < 2 || current_move_score >= history_max || best < ply - MATED_SCORE) return false;
-    if (move.promotion != 0 || move.castle != 0) return false;
-    if (node.pv || node.depth > MOVE_PRUNING_MAX_DEPTH) return false;
-    if (is_exempt_pawn_move(type, -side, move.to)) return false;
+// What becomes of a late move: searched, or skipped with or without a bound for the best score.
+enum class Pruning { NONE, FUTILE, LATE, LOSING };
 
-    if (node.futile) {
-        ++statistics.futility;
-        best = std::max(best, node.futility_value);
-        return true;
+// The verdict on a made move that gives no check. Only moves below the history's maximum are
+// candidates, so hash move, killers and good captures are safe.
+Pruning pruning_of(const Node& node, const Move& move, int type, int n, int depth, int best) {
+    const int node_ply = search_ply - 1;
+    const bool candidate =
+        !node.pv && !node.mate_threat && depth <= MOVE_PRUNING_MAX_DEPTH  // such a node
+        && n >= PRUNING_MIN_MOVE && best >= mated_in(node_ply)            // that has a move already
+        && current_move_score < history_max                               // and this one is late
+        && move.promotion == 0 && move.castle == 0                        // and harmless
+        && !is_exempt_pawn_move(type, -side, move.to);
+    if (!candidate) return Pruning::NONE;
+
+    if (node.futile) return Pruning::FUTILE;
+    if (n > lmp_limit[at(depth)] && !node.null_failed && current_move_score < history_max / 10) {
+        return Pruning::LATE;
     }
-    if (n > lmp_limit[at(node.depth)] && !node.null_failed &&
-        current_move_score < history_max / 10) {
-        return true;
-    }
-    return new_depth <= SEE_PRUNING_MAX_DEPTH && type != KING && loses_exchange(move);
+    const bool shallow = depth - ONE_PLY <= SEE_PRUNING_MAX_DEPTH;
+    return shallow && type != KING && loses_exchange(move) ? Pruning::LOSING : Pruning::NONE;
+}
+
+// Too little is left on the board for reductions. Read after the move.
+bool is_too_empty_to_reduce() {
+    const bool white_bare = white_pieces == 0 && white_pawns == 0;
+    const bool black_bare = black_pieces == 0 && black_pawns == 0;
+    return white_bare || black_bare || (white_pieces == 0 && black_pieces == 0);
 }
 
 // Late moves are reduced unless they are tactical or the board is too empty. The move has
 // been made.
-bool is_reduced(const Node& node, const Move& move, int type, int n, bool gives_check) {
-    if (gives_check || move.captured != 0 || node.depth <= LMR_MIN_DEPTH || n <= 2) return false;
-    if (white_pieces == 0 && (black_pieces == 0 || white_pawns == 0)) return false;
-    if (black_pieces == 0 && black_pawns == 0) return false;
-    return !is_exempt_pawn_move(type, -side, move.to);
+bool is_reduced(const Move& move, int type, int n, int depth, bool gives_check) {
+    return depth >= LMR_MIN_DEPTH && n >= LMR_MIN_MOVE && !is_too_empty_to_reduce()  // such a node
+           && !gives_check && move.captured == 0                                     // a quiet move
+           && !is_exempt_pawn_move(type, -side, move.to);
 }
 
 }  // namespace
 
-const std::array<std::array<std::int8_t, 64>, 32> lmr_table = make_lmr_table();
+void prefetch_slots(int depth) {
+    __builtin_prefetch(&eval_cache[hash_key % eval_cache_size]);
+    if (depth >= ONE_PLY) __builtin_prefetch(&tt_table[hash_key % tt_size]);
+}
 
-int late_move_reduction(int depth, int move_number) {
-    return lmr_table[at(std::min(depth / 2, 31))][at(std::min(move_number, 63))];
+bool make_if_legal(int index, int depth_below, bool was_in_check) {
+    make_move(index);
+    prefetch_slots(depth_below);
+    if (king_left_safe(move_at(index), was_in_check)) return true;
+    unmake_move();
+    return false;
 }
 
 int static_score(int alpha, int beta) {
     const bool bare_king = white_pieces == 0 || black_pieces == 0;
-    if (bare_king && white_pawns + black_pawns == 0) return evaluate(-MATE_BOUND, MATE_BOUND);
+    if (bare_king && white_pawns + black_pawns == 0) {
+        return evaluate(-INFINITE_SCORE, INFINITE_SCORE);
+    }
     return evaluate(alpha, beta);
 }
 
@@ -295,7 +286,7 @@ int search_late_move(int alpha, int beta, int new_depth, bool gives_check) {
 }
 
 int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) {
-    note_node('S', alpha, beta, depth, allow_null, node_in_check);
+    record_node('S', alpha, beta, depth, allow_null, node_in_check);
 
     // Horizon and maximum ply.
     clear_pv_line();
@@ -303,31 +294,30 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
     if (!may_generate()) return static_score(alpha, beta);
 
     // Draw by repetition, once is enough, or by the fifty-move rule.
-    if (fifty > FIFTY_LIMIT || is_repetition()) return 0;
+    if (fifty > MAX_FIFTY || is_repetition()) return 0;
 
     // Mate-distance pruning: no score can be better than mating now or worse than being mated.
     if (search_ply != 0) {
-        const int mate_at_once = MATE_BOUND - search_ply;
-        if (mate_at_once < beta) {
-            if (mate_at_once <= alpha) return alpha;
-            beta = mate_at_once;
+        const int bound = mate_bound(search_ply);
+        if (bound < beta) {
+            if (bound <= alpha) return alpha;
+            beta = bound;
         }
-        if (-mate_at_once > alpha) {
-            if (-mate_at_once >= beta) return beta;
-            alpha = -mate_at_once;
+        if (-bound > alpha) {
+            if (-bound >= beta) return beta;
+            alpha = -bound;
         }
     }
 
     // Stop test.
-    if (nodes % STOP_TEST_INTERVAL == 0 && input_pending()) {
+    if ((nodes & stop_test_mask) == 0 && input_pending()) {
         search_aborted = true;
         return 0;
     }
 
-    const bool pv = beta - alpha > 1;
-    const bool eligible =
-        !pv && !node_in_check && alpha >= -ELIGIBLE_BOUND && beta <= ELIGIBLE_BOUND;
-    Node node{alpha, beta, depth, allow_null, pv, eligible};
+    Node node;
+    node.pv = beta - alpha > 1;
+    node.eligible = !node.pv && !node_in_check && alpha >= -MAX_ELIGIBLE && beta <= MAX_ELIGIBLE;
 
     // Transposition table. A PV node never ends on an exact entry.
     int score = 0;
@@ -353,46 +343,42 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         eval_stack[at(search_ply)] = node.eval;
         const int eval_two_plies_back = search_ply >= 2 ? eval_stack[at(search_ply - 2)] : 0;
 
-        // Razoring (Birmingham and Kent 1977): hopelessly low, and the captures do not help.
+        // Razoring: hopelessly low, and the captures do not help.
         if (node.eligible && pieces_on_both_sides && depth <= RAZOR_MAX_DEPTH &&
             hash_move.from == 0) {
-            const int threshold = beta - (RAZOR_BASE + RAZOR_SLOPE * depth);
-            if (node.eval < threshold) {
-                score = quiesce(threshold - 1, threshold, 0);
-                if (search_aborted) return 0;
-                if (score < threshold) {
-                    ++statistics.razoring;
-                    return score;
-                }
-            }
+            if (const auto cut = razor(node, beta, depth)) return *cut;
+            if (search_aborted) return 0;
         }
 
         // Static null move: so high that a quiet margin cannot lose it.
-        if (depth <= STATIC_NULL_MAX_DEPTH && pieces_on_both_sides && allow_null && node.eligible &&
-            node.eval <= ELIGIBLE_BOUND && node.eval - STATIC_NULL_MARGIN * (depth / 2) >= beta) {
+        if (allow_null && node.eligible && pieces_on_both_sides && depth <= STATIC_NULL_MAX_DEPTH &&
+            node.eval <= MAX_ELIGIBLE && node.eval - STATIC_NULL_MARGIN * (depth / 2) >= beta) {
             ++statistics.static_null;
             return node.eval;
         }
 
-        // Null move.
-        if (null_move_applies(node)) {
-            if (null_move_cuts(node, score)) return search_aborted ? 0 : score;
+        // Null move: even passing reaches beta.
+        if (allow_null && null_move_applies(node, beta, depth)) {
+            if (const auto cut = try_null_move(node, alpha, beta, depth)) {
+                return search_aborted ? 0 : *cut;
+            }
             if (search_aborted) return 0;
         }
 
-        // ProbCut, in zero-width nodes.
-        if (!node.pv && depth >= PROBCUT_MIN_DEPTH && beta >= -PROBCUT_BETA_LIMIT &&
-            beta <= PROBCUT_BETA_LIMIT) {
+        // ProbCut: a shallow search beats beta by a margin.
+        if (!node.pv && depth >= PROBCUT_MIN_DEPTH && std::abs(beta) <= PROBCUT_MAX_BETA) {
             const int margin =
                 node.eval >= eval_two_plies_back ? PROBCUT_IMPROVING_MARGIN : PROBCUT_MARGIN;
             hash_move = node_hash_move;
-            if (probcut_cuts(node, std::min(beta + margin, PROBCUT_CAP), score)) return score;
+            if (const auto cut = probcut(std::min(beta + margin, PROBCUT_MAX_BOUND), depth)) {
+                return *cut;
+            }
             if (search_aborted) return 0;
         }
 
         // Internal iterative deepening: a shallower search finds the move to begin with.
         if (depth >= IID_MIN_DEPTH && node_hash_move.from == 0 && node_hash_move.to == 0) {
-            search(alpha, beta, depth - IID_REDUCTION, false, false);
+            search(alpha, beta, depth - IID_REDUCTION, false, NOT_IN_CHECK);
             if (search_aborted) return 0;
             read_hash_move();
             node_hash_move = hash_move;
@@ -421,12 +407,7 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
     for (int index = pick_move(); index >= 0; index = pick_move()) {
         const Move& move = move_at(index);
         const int type = type_on(move.from);
-        make_move(index);
-        fetch_ahead(depth - ONE_PLY);
-        if (!king_left_safe(move, node_in_check)) {
-            unmake_move();
-            continue;
-        }
+        if (!make_if_legal(index, depth - ONE_PLY, node_in_check)) continue;
         ++n;
         ++nodes;
         const bool gives_check = move_gives_check(move);
@@ -442,10 +423,16 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         } else if ((depth <= EXTENSION_MAX_DEPTH || node.pv) && is_extended(move, type)) {
             new_depth = depth;
             ++statistics.extensions;
-        } else if (!node.mate_threat && !node_in_check &&
-                   is_pruned(node, move, type, n, new_depth, best)) {
-            unmake_move();
-            continue;
+        } else if (!node_in_check) {
+            const Pruning pruning = pruning_of(node, move, type, n, depth, best);
+            if (pruning == Pruning::FUTILE) {
+                ++statistics.futility;
+                best = std::max(best, node.futility_value);
+            }
+            if (pruning != Pruning::NONE) {
+                unmake_move();
+                continue;
+            }
         }
 
         // Principal-variation search: the first move in full, the others reduced or with a
@@ -454,10 +441,10 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
             score = -search(-beta, -alpha, new_depth, true, gives_check);
         } else {
             score = alpha + 1;
-            if (is_reduced(node, move, type, n, gives_check)) {
+            if (is_reduced(move, type, n, depth, gives_check)) {
                 ++statistics.lmr;
-                score = -search(-alpha - 1, -alpha,
-                                new_depth - ONE_PLY * late_move_reduction(depth, n), true, false);
+                const int reduction = ONE_PLY * late_move_reduction(depth, n);
+                score = -search(-alpha - 1, -alpha, new_depth - reduction, true, NOT_IN_CHECK);
             }
             if (score > alpha && !search_aborted) {
                 score = search_late_move(alpha, beta, new_depth, gives_check);
@@ -485,9 +472,21 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
     }
 
     // Mate, stalemate, or the best that was found.
-    if (n == 0) return node_in_check ? search_ply - MATED_SCORE : 0;
+    if (n == 0) return node_in_check ? mated_in(search_ply) : 0;
     tt_store(bound, depth, best, best_from, best_to);
     return best;
+}
+
+void reset_search() {
+    clear_hash_tables();
+    clear_ordering();
+    hash_move = {};
+    for (Move& move : move_stack) move.score = 0;
+    clear_statistics();
+    search_aborted = false;
+    stop_requested = false;
+    current_move_score = 0;
+    search_ply = 0;
 }
 
 }  // namespace tarsimo

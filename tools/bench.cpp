@@ -4,9 +4,15 @@
 //
 //   tarsimo-bench           all positions at full depth, about 10 s
 //   tarsimo-bench PLIES     no deeper than PLIES: a quick signature
-#include "board/board.h"
-#include "control/control.h"
+#include "board/attacks.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/suite.h"
+#include "control/text.h"
+#include "control/think.h"
+#include "search/hash_memory.h"
 #include "search/search.h"
+#include "search/table.h"
 
 #include <algorithm>
 #include <array>
@@ -63,11 +69,11 @@ class Bench {
         set_position_fen(position.fen);
         reset_search();
         begin_generation();
-        while (provide_memory()) {}
+        while (prefault_hash_tables()) {}
         const auto start = std::chrono::steady_clock::now();
         int score = 0;
         for (int plies = 1; plies <= std::min(position.plies, deepest_); ++plies) {
-            score = search(-MATE_BOUND, MATE_BOUND, ONE_PLY * plies, true, in_check());
+            score = search(-INFINITE_SCORE, INFINITE_SCORE, ONE_PLY * plies, true, in_check());
         }
         seconds_ += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         nodes_ += nodes;

@@ -3,7 +3,11 @@
 #ifndef TARSIMO_TOOLS_LEGAL_MOVES_H
 #define TARSIMO_TOOLS_LEGAL_MOVES_H
 
-#include "board/board.h"
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
 
 #include <vector>
 

@@ -2,7 +2,7 @@
 // lists the options; docs/matches.md tells more.
 #include "tools/match.h"
 
-#include "control/control.h"
+#include "control/engine.h"
 
 #include <getopt.h>
 

@@ -2,9 +2,14 @@
 // may neglect and a referee may not. The position keys of the search know nothing of castling
 // rights and take every double step for an en-passant chance, so repetitions are counted here
 // over whole positions; counters come from the FEN.
+#include "board/attacks.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
 #include "tools/match.h"
 
-#include "control/control.h"
+#include "control/fen.h"
+#include "control/notation.h"
 #include "tools/legal_moves.h"
 
 #include <algorithm>

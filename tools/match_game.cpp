@@ -1,4 +1,6 @@
 // One game: whose turn it is, what the clocks say, and what an engine's answer is worth.
+#include "board/position.h"
+#include "eval/score.h"
 #include "tools/match.h"
 
 #include <algorithm>

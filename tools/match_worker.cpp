@@ -1,8 +1,6 @@
 // A worker process: two engines and one board, from game to game.
 #include "tools/match.h"
 
-#include "control/control.h"
-
 #include <sys/prctl.h>
 #include <unistd.h>
 

@@ -7,10 +7,16 @@
 // same in every run: legal, bishops on both colours, neither mate nor stalemate, and no piece that
 // can be taken at once. A game counts as won when the strong side mates within fifty moves of its
 // own; stalemate, the loss of a piece and a position's third occurrence end it.
-#include "board/board.h"
-#include "control/control.h"
-#include "eval/eval.h"
-#include "search/search.h"
+#include "board/attacks.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "control/clock.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/notation.h"
+#include "control/text.h"
+#include "control/think.h"
 #include "tools/legal_moves.h"
 
 #include <algorithm>
@@ -20,8 +26,6 @@
 #include <string>
 #include <vector>
 
-#include <unistd.h>
-
 namespace {
 
 using namespace tarsimo;
@@ -30,6 +34,17 @@ constexpr int FIFTY_MOVES = 50;
 constexpr int MOST_GAMES = 100000;
 constexpr int NO_OVERTIME = 1;  // moves to the time control: few enough for strict time
 constexpr unsigned SEED = 1912;
+
+// Plays its moves without a word, and nobody speaks to it.
+constexpr Voice silent_voice = {.min_reported_depth = MAX_ITERATIONS,
+                                .hears_in_overtime = false,
+                                .root_move_begun = [](int) {},
+                                .score_fell = nullptr,
+                                .thinking_line = [](int, int) {},
+                                .input_waiting = [] { return false; },
+                                .stop_wanted = [] { return false; },
+                                .game_over = [](bool) {},
+                                .move_found = make_root_move};
 
 struct Ending {
     const char* name;
@@ -131,7 +146,7 @@ Game play_out(int milliseconds) {
     return game;
 }
 
-int play_games(const Ending& ending, int count, int milliseconds, std::FILE* report) {
+int play_games(const Ending& ending, int count, int milliseconds) {
     std::mt19937 random(SEED);
     int mates = 0;
     int total_moves = 0;
@@ -146,18 +161,18 @@ int play_games(const Ending& ending, int count, int milliseconds, std::FILE* rep
             total_moves += game.moves;
             longest = std::max(longest, game.moves);
         }
-        std::fprintf(report, "%s %d: %s, %d moves, from", ending.name, n, game.result, game.moves);
+        std::printf("%s %d: %s, %d moves, from", ending.name, n, game.result, game.moves);
         for (int sq = A1; sq <= H8; ++sq) {
             const int piece = start[at(sq)];
             if (piece == EMPTY || piece == OFFBOARD) continue;
             const char letter = SAN_LETTERS[std::abs(piece)];
-            std::fprintf(report, " %s%c%s", piece > 0 ? "" : "*", letter, square_name(sq).c_str());
+            std::printf(" %s%c%s", piece > 0 ? "" : "*", letter, square_name(sq).c_str());
         }
-        std::fprintf(report, "%s%s\n", won ? "" : ":", won ? "" : game.text.c_str());
-        std::fflush(report);
+        std::printf("%s%s\n", won ? "" : ":", won ? "" : game.text.c_str());
+        std::fflush(stdout);
     }
-    std::fprintf(report, "%s: %d of %d mated, %.1f moves on average, longest %d\n", ending.name,
-                 mates, count, mates > 0 ? static_cast<double>(total_moves) / mates : 0.0, longest);
+    std::printf("%s: %d of %d mated, %.1f moves on average, longest %d\n", ending.name, mates,
+                count, mates > 0 ? static_cast<double>(total_moves) / mates : 0.0, longest);
     return mates;
 }
 
@@ -174,17 +189,8 @@ int main(int argc, char** argv) {
         return 2;
     }
 
-    // What the engine prints while it thinks is dropped, and nobody speaks to it.
-    const int output = dup(STDOUT_FILENO);
-    std::FILE* report = output >= 0 ? fdopen(output, "w") : nullptr;
-    if (report == nullptr || std::freopen("/dev/null", "w", stdout) == nullptr ||
-        std::freopen("/dev/null", "r", stdin) == nullptr) {
-        std::fprintf(stderr, "tarsimo-mates: cannot redirect input and output\n");
-        return 2;
-    }
     init_engine();
-    xboard_mode = true;
-    play_games(*ending, count, milliseconds, report);
-    std::fclose(report);
+    voice = &silent_voice;
+    play_games(*ending, count, milliseconds);
     return EXIT_SUCCESS;
 }

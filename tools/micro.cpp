@@ -1,8 +1,17 @@
 // tarsimo-micro: the engine's hot functions one by one, over the positions of the built-in suite
 // (Google Benchmark). An iteration is one pass over all positions; items are calls.
-#include "board/board.h"
-#include "control/control.h"
-#include "eval/eval.h"
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "board/see.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/suite.h"
+#include "control/think.h"
+#include "eval/evaluate.h"
+#include "search/ordering.h"
 #include "search/search.h"
 
 #include <benchmark/benchmark.h>
@@ -105,14 +114,15 @@ void evaluate_in_full(benchmark::State& state) {
     over_suite(state, [] {
         return repeat([] {
             eval_cache[hash_key % eval_cache_size].key = 0;
-            benchmark::DoNotOptimize(evaluate(-MATE_BOUND, MATE_BOUND));
+            benchmark::DoNotOptimize(evaluate(-INFINITE_SCORE, INFINITE_SCORE));
         });
     });
 }
 
 void quiescence(benchmark::State& state) {
     over_suite(state, [] {
-        return repeat([] { benchmark::DoNotOptimize(quiesce(-MATE_BOUND, MATE_BOUND, 0)); });
+        return repeat(
+            [] { benchmark::DoNotOptimize(quiesce(-INFINITE_SCORE, INFINITE_SCORE, 0)); });
     });
 }
 

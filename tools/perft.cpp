@@ -3,8 +3,11 @@
 //   tarsimo-perft "FEN" DEPTH    a line a root move, the total, and leaves a second
 //   tarsimo-perft FILE [DEPTH]   a suite: lines "FEN ;D1 20 ;D2 400 ..."; each count up to
 //                                DEPTH (default: all) is compared; exit status 1 on a mismatch
-#include "board/board.h"
-#include "control/control.h"
+#include "board/move_list.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/notation.h"
+#include "control/text.h"
 #include "tools/legal_moves.h"
 
 #include <chrono>

@@ -9,7 +9,7 @@
 // piece becomes a queen.
 #include "tools/match.h"
 
-#include "control/control.h"
+#include "control/engine.h"
 #include "tools/legal_moves.h"
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 #ifndef TARSIMO_TOOLS_SNAPSHOT_H
 #define TARSIMO_TOOLS_SNAPSHOT_H
 
-#include "board/board.h"
+#include "board/position.h"
 
 namespace tarsimo {
 

@@ -5,8 +5,13 @@
 // One row a term, in centipawns: what it is worth to each colour, its middlegame and endgame
 // sums for white before they are mixed, and what it adds to white's lead. The lines below the
 // table follow the lead to the evaluation itself.
-#include "control/control.h"
-#include "eval/eval.h"
+#include "board/position.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "eval/drawish.h"
+#include "eval/endings.h"
+#include "eval/evaluate.h"
+#include "eval/setup.h"
 #include "eval/weights.h"
 #include "search/search.h"
 #include "tools/tuning/options.h"
@@ -113,7 +118,7 @@ int main(int argc, char** argv) {
         tuning::fail("not a position: " + fen);
     }
 
-    const int score = evaluate(-MATE_BOUND, MATE_BOUND);
+    const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
     std::printf("%s\n\n", understood.c_str());
     if (eval_trace.linear) {
         print_way_to_score(print_table(), score);

@@ -6,9 +6,13 @@
 //                                       figures of this build, for a change meant to alter trees
 //
 // Ends with status 1 when a command is not understood.
-#include "tools/tree_commands.h"
-
+#include <cstdio>
 #include <iostream>
+#include <string>
+
+#include "control/engine.h"
+#include "control/think.h"
+#include "tools/tree_commands.h"
 
 namespace {
 

@@ -10,10 +10,18 @@
 #ifndef TARSIMO_TOOLS_TREE_COMMANDS_H
 #define TARSIMO_TOOLS_TREE_COMMANDS_H
 
-#include "board/board.h"
-#include "control/control.h"
-#include "eval/eval.h"
+#include "board/attacks.h"
+#include "board/generate.h"
+#include "board/move_list.h"
+#include "board/see.h"
+#include "control/fen.h"
+#include "control/notation.h"
+#include "control/text.h"
+#include "eval/evaluate.h"
+#include "search/digest.h"
+#include "search/ordering.h"
 #include "search/search.h"
+#include "search/statistics.h"
 
 #include <array>
 #include <cinttypes>
@@ -126,7 +134,7 @@ inline bool execute(const std::string& line, std::string& figures) {
         figures = "see " + std::to_string(see(from, square_number(text.substr(last + 1))));
     } else if (command == "eval") {
         set_up(rest(line));
-        figures = "eval " + std::to_string(evaluate(-MATE_BOUND, MATE_BOUND));
+        figures = "eval " + std::to_string(evaluate(-INFINITE_SCORE, INFINITE_SCORE));
     } else if (command == "replies" && fields.size() == 3) {
         set_up(rest(fields[0]));
         figures = search_figures(search_replies(number(1), number(2)));

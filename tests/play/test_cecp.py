@@ -4,9 +4,10 @@ from pathlib import Path
 
 import pytest
 
-from conftest import PATIENCE
+from conftest import MOVE, PATIENCE, START, THINKING
 
 LONG = "st 3600"  # far longer than any test waits
+START_FEN = f"{START} w KQkq -"
 QUIET_POSITION = "r1bqk2r/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQK2R w KQkq -"
 ILLEGAL_POSITION = "tellusererror Illegal position"
 
@@ -233,7 +234,7 @@ def test_analysis(quiet, assert_legal):
     def analyse(*commands):
         quiet.send(*commands)
         thoughts = [quiet.thought(quiet.line())]
-        quiet.send(".", "hard", "ping 9")
+        quiet.send(".", "hard", "time 100", "computer")
         while thoughts[-1][0] < 9:
             thoughts.append(quiet.thought(quiet.line()))
         quiet.send("exit")
@@ -258,6 +259,65 @@ def test_analysis_of_the_first_move_searches(gui):
     assert gui.thought(gui.line())[0] == 6
     gui.send("exit")
     assert all(gui.thought(line) for line in gui.sync())
+
+
+def analysed(gui, *commands):
+    """Send commands to an engine that analyses, or is to; the first variation of the analysis that
+    goes on after them, and what they were answered."""
+    answers = [line for line in gui.ask(*commands) if not THINKING.fullmatch(line)]
+    return gui.thought(gui.line())[4], answers
+
+
+def test_analysis_follows_a_walk_through_a_game(quiet, assert_legal):
+    def check(commands, moves, answers=(), fen=QUIET_POSITION):
+        variation, said = analysed(quiet, *commands)
+        assert said == list(answers)
+        assert_legal([*moves, *variation], fen)
+
+    check(["analyze"], [])
+    check(["c1g5"], ["c1g5"])
+    check(["h7h6"], ["c1g5", "h7h6"])
+    check(["undo"], ["c1g5"])
+    check(["h7h8"], ["c1g5"], refused("h7h8"))
+    check(["g8h8", "h7h6"], ["c1g5", "h7h6"], refused("g8h8"))
+    check(["g5h4", "remove"], ["c1g5"])
+    other = "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -"
+    check([f"setboard {other}"], [], fen=other)
+    check(["setboard x"], [], [ILLEGAL_POSITION], START_FEN)
+    check(["e2e4"], ["e2e4"], fen=START_FEN)
+    # After its end it stays silent, whatever is taken back.
+    for end in ("exit", "?", "force", "result *"):
+        check(["e7e5"], ["e2e4", "e7e5"], fen=START_FEN)
+        quiet.send(end)
+        quiet.sync()
+        assert quiet.ask("undo", "ping 6", "exit") == ["pong 6"]
+        check(["analyze"], ["e2e4"], fen=START_FEN)
+    quiet.send("new")
+    quiet.sync()
+    assert quiet.ask("force", "e2e4", "e7e5", "exit") == refused("exit")
+
+
+def test_analysis_gives_way_to_the_game(quiet, assert_legal):
+    variation, _ = analysed(quiet, "analyze")
+    quiet.send("go")
+    while not (move := MOVE.fullmatch(line := quiet.line())):
+        assert THINKING.fullmatch(line)
+        quiet.send("?")
+    assert_legal([move[1]], QUIET_POSITION)
+    analysed(quiet, "analyze")
+    quiet.send("quit")
+    lines, status = quiet.end()
+    assert status == 0 and all(THINKING.fullmatch(line) for line in lines)
+
+
+def test_analysis_that_ends_by_itself_takes_its_end_calmly(gui):
+    mate_in_one = "6k1/5ppp/8/8/8/8/8/R3K3 w - -"
+    gui.send("force", f"setboard {mate_in_one}", "analyze")
+    assert gui.thought(gui.line())[1] == 31998
+    assert gui.ask("exit") == [] and gui.ask("ping 3") == ["pong 3"]
+    # A position without a move has nothing to be analysed.
+    assert gui.ask("force", "setboard 7k/5K2/6Q1/8/8/8/8/8 b - -", "analyze", "ping 4", "exit",
+                   "undo") == ["1/2-1/2 {Stalemate}", "pong 4"]
 
 
 # ---------------------------------------------------------------------------

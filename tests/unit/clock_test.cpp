@@ -1,9 +1,11 @@
 // Time: the budget of a move from the clocks, and the test that stops a search.
+#include "control/input.h"
 #include "support.h"
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <limits>
 #include <random>
 #include <string_view>
 
@@ -19,7 +21,7 @@ struct Clocks {
     int own, opponent;
     int level = 0, control = 0;
     int increment = 0;
-    int ply = 0;
+    int half_moves = 0;
     int engine = BLACK;
 };
 
@@ -38,14 +40,11 @@ std::ostream& operator<<(std::ostream& out, const Allocation& allocation) {
 }
 
 Allocation allocate(const Clocks& clocks) {
-    moves_left = 77;
-    game_ply = clocks.ply;
-    engine_side = clocks.engine;
-    int level = clocks.level;
-    const int budget =
-        allocate_time(clocks.own, clocks.opponent, level, clocks.control, clocks.increment);
-    game_ply = 0;
-    return {budget, moves_left, level};
+    GameClock clock{clocks.level, clocks.control, clocks.increment, clocks.own, clocks.opponent};
+    Allocation made{0};
+    made.budget = allocate_time(clock, made.left, clocks.half_moves, clocks.engine == WHITE);
+    made.level = clock.level_moves;
+    return made;
 }
 
 // A twentieth of the clock, a thirtieth when the opponent has more; half the increment on top.
@@ -108,25 +107,68 @@ TEST_F(Clock, NeverRunsOut) {
         const int control_moves = round % 3 == 2 ? pick(1, 60) : 0;
         const int increment = round % 3 == 0 ? 0 : pick(0, 1) * pick(1, 60) * 1000;
         const int base = 100 * (1 << pick(0, 16)) + pick(0, 99);
-        int level = control_moves;
-        int own = base;
-        int opponent = pick(0, 2 * base);
-        engine_side = pick(0, 1) == 0 ? WHITE : BLACK;
+        GameClock clock{control_moves, control_moves, increment, base, pick(0, 2 * base)};
+        const bool is_white = pick(0, 1) == 0;
         moves_left = 20;
-        for (game_ply = engine_side == WHITE ? 0 : 1; game_ply < 400; game_ply += 2) {
-            const int limit = clock_limit(own);
-            const int budget =
-                std::min(allocate_time(own, opponent, level, control_moves, increment), limit);
-            const int spent = std::clamp((moves_left < 5 ? 1 : 2) * budget, 0, limit);
-            const int lag = std::min(100, own / 4);
-            ASSERT_LE(spent + lag, own) << "round " << round << " ply " << game_ply;
-            own += increment - spent - lag;
-            opponent = std::max(0, opponent + pick(-opponent / 10, increment));
-            if (control_moves > 0 && (game_ply / 2 + 1) % control_moves == 0) own += base;
-            ASSERT_LT(own, 2000000000);
+        for (int ply = is_white ? 0 : 1; ply < 400; ply += 2) {
+            set_budget_by_clock(clock, ply, is_white);
+            const int overtime = moves_left < 5 ? 1 : 2;
+            const int spent = std::clamp(overtime * time_budget_ms, 0, time_limit_ms);
+            const auto lag = std::min<std::int64_t>(100, clock.own_time_ms / 4);
+            ASSERT_LE(spent + lag, clock.own_time_ms) << "round " << round << " ply " << ply;
+            clock.own_time_ms += increment - spent - lag;
+            const int opponent = static_cast<int>(clock.opponent_time_ms);
+            clock.opponent_time_ms = std::max(0, opponent + pick(-opponent / 10, increment));
+            if (control_moves > 0 && (ply / 2 + 1) % control_moves == 0) clock.own_time_ms += base;
+            ASSERT_LT(clock.own_time_ms, 2000000000);
         }
     }
-    game_ply = 0;
+}
+
+__extension__ using Wide = __int128;
+
+// The budget formulas in numbers that cannot overflow. Divisions truncate.
+Wide wide_budget(const GameClock& clock, int half_moves, bool is_white) {
+    const Wide own = clock.own_time_ms;
+    const Wide share = own / (clock.opponent_time_ms > clock.own_time_ms ? 30 : 20);
+    const Wide increment = clock.level_increment_ms;
+    if (clock.level_moves == 0 && increment == 0) return share;
+    if (clock.level_moves == 0 && increment > 0) return share + increment / 2;
+    const Wide left = Wide{clock.level_moves} - half_moves / 2 - (is_white ? 1 : 0);
+    if (left > 3) return own / (left < 30 ? left : 30);
+    if (left > 0) return (own - 1000) / left;
+    if (left < 0 || clock.control_moves <= 0) return share;
+    return own / (clock.control_moves - clock.control_moves / 10);
+}
+
+// Whatever an interface sends, in numbers of 32 bits as they are read.
+TEST_F(Clock, AnyNumbers) {
+    constexpr int most = std::numeric_limits<int>::max();
+    std::mt19937 random(7);
+    const auto any = [&random] {
+        constexpr std::array<int, 12> special = {0,  1,   2,    3,     4,    -1,
+                                                 -2, 100, 6000, -6000, most, -most};
+        const auto bits = random();
+        if (bits % 3 != 0) return special[bits / 3 % special.size()];
+        return static_cast<int>(random() >> (random() % 32)) * (bits % 2 == 0 ? 1 : -1);
+    };
+    for (int round = 0; round < 200000; ++round) {
+        const int moves = any();
+        GameClock clock{moves, round % 2 == 0 ? moves : any(), any() * std::int64_t{1000},
+                        any() * std::int64_t{10}, any() * std::int64_t{10}};
+        const int half_moves = std::abs(any());
+        const bool is_white = round % 4 < 2;
+        const Wide exact = wide_budget(clock, half_moves, is_white);
+        const Wide clamped = std::clamp<Wide>(exact, -most, most);
+        int left = 20;
+        GameClock after = clock;
+        ASSERT_EQ(allocate_time(after, left, half_moves, is_white), clamped) << "round " << round;
+        ASSERT_GT(left, 0);
+
+        set_budget_by_clock(clock, half_moves, is_white);
+        ASSERT_LE(time_budget_ms, time_limit_ms);
+        ASSERT_LE(time_limit_ms, std::max<std::int64_t>(clock.own_time_ms, 0));
+    }
 }
 
 // ---------------------------------------------------------------------------
@@ -194,7 +236,7 @@ TEST_F(StopTest, Overtime) {
     EXPECT_FALSE(stops_at(50000));
     EXPECT_FALSE(stops_at(99999));
     EXPECT_TRUE(stops_at(100000));
-    first_root_move = true;
+    root.first_root_move = true;
     EXPECT_FALSE(stops_at(49999));
     EXPECT_TRUE(stops_at(50000));
     time_extended = true;
@@ -220,7 +262,7 @@ TEST_F(StopTest, Overtime) {
 
 // Before the budget is spent the GUI is heard, afterwards the clock alone decides.
 TEST_F(StopTest, GuiIsHeard) {
-    xboard_mode = true;
+    voice = &cecp_voice;
     EXPECT_FALSE(stops_at(0));
     EXPECT_FALSE(stop_requested);
     for (const char* line : {"?\n", "exit\n", " ? now\n"}) {
@@ -248,8 +290,9 @@ TEST_F(StopTest, GuiIsHeard) {
 // While pondering any line ends the search, and is left for the command loop; the clock does only
 // after three budgets.
 TEST_F(StopTest, Pondering) {
-    xboard_mode = pondering = true;
-    first_root_move = true;
+    voice = &cecp_voice;
+    pondering = true;
+    root.first_root_move = true;
     moves_left = 3;
     EXPECT_FALSE(stops_at(149999));
     EXPECT_FALSE(stop_requested);

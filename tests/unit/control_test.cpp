@@ -2,6 +2,10 @@
 // that are no data lines.
 #include "support.h"
 
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
 namespace tarsimo::test {
 
 namespace {
@@ -99,6 +103,7 @@ TEST_F(Control, ThinkingLines) {
 
     // Centiseconds and the nodes.
     xboard_mode = true;
+    voice = &cecp_voice;
     nodes = 1853211;
     EXPECT_EQ(thinking(2149, 6, -35),
               "6    -35 214 1853211    Ng1-f3  d7-d5 Ng1xf3  d7-d5 Ng1-f3  d7-d5 Ng1-f3  d7-d5 "
@@ -117,6 +122,30 @@ TEST_F(Control, Suite) {
         EXPECT_EQ(output_of([&] { set_position_fen(suite_position(i).fen); }), "") << i;
         EXPECT_EQ(side, i == 4 ? BLACK : WHITE) << i;
     }
+}
+
+TEST_F(Control, MemoryLimitsOfGroups) {
+    namespace fs = std::filesystem;
+    constexpr std::uint64_t none = std::numeric_limits<std::uint64_t>::max();
+    const fs::path root = fs::path(testing::TempDir()) / "tarsimo-groups";
+    fs::remove_all(root);
+    fs::create_directories(root / "outer" / "inner");
+    const auto limit = [&root](const std::string& group, const std::string& text) {
+        std::ofstream(root / group / "memory.max") << text << '\n';
+    };
+    EXPECT_EQ(group_memory_limit(root, ""), none);
+    EXPECT_EQ(group_memory_limit(root, "outer/inner"), none);
+    limit("outer/inner", "max");
+    EXPECT_EQ(group_memory_limit(root, "outer/inner"), none);
+    limit("outer", "300000000");
+    EXPECT_EQ(group_memory_limit(root, "outer/inner"), 300000000U) << "a parent's limit counts";
+    limit("outer/inner", "100000000");
+    EXPECT_EQ(group_memory_limit(root, "outer/inner"), 100000000U);
+    EXPECT_EQ(group_memory_limit(root, "outer"), 300000000U);
+    limit("", "200000000");
+    EXPECT_EQ(group_memory_limit(root, ""), 200000000U) << "the only group that a container sees";
+    EXPECT_EQ(group_memory_limit(root, "outer"), 200000000U);
+    fs::remove_all(root);
 }
 
 }  // namespace

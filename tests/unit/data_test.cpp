@@ -84,6 +84,7 @@ std::string print_one_move(const Fields& fields) {
     const auto print = [index = find_move(fields[1])] { print_move(index); };
     const std::string console = quoted_output_of(print);
     xboard_mode = true;
+    voice = &cecp_voice;
     return console + " " + quoted_output_of(print);
 }
 

@@ -154,11 +154,9 @@ void expect_scores(const std::vector<Expected>& cases, Function score_of_positio
 int white_score() { return side * evaluate(-INF, INF); }
 
 int pawn_ending_balance() {
-    int white = 0;
-    int black = 0;
     evaluate(-INF, INF);
-    add_pawn_ending_terms(white, black);
-    return white - black;
+    const ColourPair terms = pawn_ending_terms();
+    return terms[0] - terms[1];
 }
 
 TEST_F(Endings, PawnsAgainstTheBareKing) {

@@ -165,22 +165,22 @@ TEST_F(Evaluation, SetUpOutputs) {
     reset_eval_outputs();
     eval_setup();
     const auto squares_of = [](const PieceList& list) {
-        return std::vector<int>(list.squares.begin(), list.squares.begin() + list.size);
+        return std::vector<int>(list.begin(), list.end());
     };
-    EXPECT_EQ(squares_of(white_list), (std::vector<int>{E1, H2, D3, A4, D4}));
-    EXPECT_EQ(squares_of(black_list), (std::vector<int>{D6, A7, D7, E8}));
-    EXPECT_EQ(white_rear_pawn, (std::array<int, 10>{8, 4, 8, 8, 3, 8, 8, 8, 2, 8}));
-    EXPECT_EQ(black_rear_pawn, (std::array<int, 10>{1, 7, 1, 1, 7, 1, 1, 1, 1, 1}));
+    EXPECT_EQ(squares_of(white_eval.list), (std::vector<int>{E1, H2, D3, A4, D4}));
+    EXPECT_EQ(squares_of(black_eval.list), (std::vector<int>{D6, A7, D7, E8}));
+    EXPECT_EQ(white_eval.rear_pawn, (std::array<int, 10>{8, 4, 8, 8, 3, 8, 8, 8, 2, 8}));
+    EXPECT_EQ(black_eval.rear_pawn, (std::array<int, 10>{1, 7, 1, 1, 7, 1, 1, 1, 1, 1}));
 }
 
 // The outputs of one colour as they are before any term has run.
-void expect_no_findings(const EvalSide& us, const PieceList& list, int development) {
-    EXPECT_EQ(list.size, 0);
+void expect_no_findings(const EvalSide& us) {
+    EXPECT_EQ(us.list.size, 0);
     EXPECT_EQ(us.attacks, decltype(us.attacks){});
-    EXPECT_EQ(us.men | us.pawns | us.pieces | us.passed | us.safe | us.king_zone, 0U);
+    EXPECT_EQ(us.occupied | us.pawns | us.pieces | us.passed | us.safe | us.king_zone, 0U);
     EXPECT_EQ(us.king_attack_count + us.king_attackers + us.bishops[0] + us.bishops[1], 0);
     EXPECT_EQ(us.count, decltype(us.count){});
-    EXPECT_EQ(development, 0);
+    EXPECT_EQ(us.development, 0);
 }
 
 // Whatever exit a call takes, it leaves nothing behind of the position before.
@@ -191,25 +191,25 @@ TEST_F(Evaluation, EveryExitResetsTheOutputs) {
         evaluate(-INF, INF);
         set_position_fen(fen);
         evaluate(alpha, beta);
-        expect_no_findings(white_eval, white_list, white_development);
-        expect_no_findings(black_eval, black_list, black_development);
+        expect_no_findings(white_eval);
+        expect_no_findings(black_eval);
         for (const std::size_t file : {0, 1, 4, 8, 9}) {
-            EXPECT_EQ(white_rear_pawn[file], 8);
-            EXPECT_EQ(black_rear_pawn[file], 1);
+            EXPECT_EQ(white_eval.rear_pawn[file], 8);
+            EXPECT_EQ(black_eval.rear_pawn[file], 1);
         }
     };
     evaluate_after_rich("4k3/8/8/8/8/8/8/3NK3 w - -", -INF, INF);
-    EXPECT_EQ(white_piece_material, 320);
+    EXPECT_EQ(white_eval.piece_material, 320);
     evaluate_after_rich("4k3/3p4/8/8/8/8/3P4/3QK3 w - -", 0, 1);
     EXPECT_EQ(eval_lazy_count, 1U);
     EXPECT_TRUE(endgame_flag);
-    EXPECT_EQ(white_piece_material, 990);
+    EXPECT_EQ(white_eval.piece_material, 990);
 
     set_position_fen(rich);
     evaluate(-INF, INF);
     evaluate(-INF, INF);
     EXPECT_EQ(eval_hash_count, 1U);
-    expect_no_findings(white_eval, white_list, white_development);
+    expect_no_findings(white_eval);
 }
 
 // What a border square of a table holds is read by nobody and fixed all the same.

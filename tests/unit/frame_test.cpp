@@ -158,8 +158,8 @@ TEST_F(Frame, OpeningTerms) {
     }
     // Asked for as long as one side has more than 2169 of pieces; then both count as developed.
     const auto asked = [](const char* fen) {
-        const bool skipped = trace_of(fen).opening == ColourPair{} && white_development == 6;
-        EXPECT_EQ(skipped, black_development == 6);
+        const bool skipped = trace_of(fen).opening == ColourPair{} && white_eval.development == 6;
+        EXPECT_EQ(skipped, black_eval.development == 6);
         return !skipped;
     };
     EXPECT_TRUE(asked("qrbb2k1/8/8/8/8/8/8/1NBQ2K1 w - -"));

@@ -52,7 +52,7 @@ TEST_F(Ordering, CaptureScores) {
     EXPECT_EQ(score(77), 1850000 + 16 * 990 - 100);
     killer1[0] = {E4, D5, 0};
     EXPECT_EQ(score(77), 1860077);
-    EXPECT_EQ(score(NO_SCORE), 1828000);
+    EXPECT_EQ(score(PICKED), 1828000);
     EXPECT_EQ(score(2147483647), wrapping_sum(2147483647, 1860000));
     hash_move = {E4, D5, 0};
     EXPECT_EQ(score(77), 1900000);
@@ -61,7 +61,7 @@ TEST_F(Ordering, CaptureScores) {
     search_ply = 2;
     pv_table[0][2] = {E4, D5, QUEEN, PAWN};
     EXPECT_EQ(scores_of(add_capture, E4, D5, 77), Scores{1880077});
-    EXPECT_EQ(scores_of(add_capture, E4, D5, NO_SCORE), Scores{1848000});
+    EXPECT_EQ(scores_of(add_capture, E4, D5, PICKED), Scores{1848000});
 
     // Whatever guards the square, the king's captures count as equal.
     set_up("4k3/8/8/4p3/3p4/4K3/8/8 w - -");
@@ -98,7 +98,7 @@ TEST_F(Ordering, PickingAndDiscardedLists) {
     for (int index = pick_move(); index >= 0; index = pick_move()) {
         EXPECT_EQ(current_move_score, picked.size() < 10 ? 7 : 0);
         picked += name_of(move_at(index)) + " ";
-        EXPECT_EQ(move_at(index).score, NO_SCORE);
+        EXPECT_EQ(move_at(index).score, PICKED);
     }
     EXPECT_EQ(picked.substr(0, 25), "b1c3 g2g3 b1a3 g1f3 g1h3 ");
     EXPECT_EQ(picked.size(), 20U * 5);

@@ -10,10 +10,9 @@ namespace {
 using Search = int (*)(int beta, int depth);
 
 int root_replies(int beta, int depth) {
-    int best_reply = 0;
-    const int score = search_root_replies(beta, depth, best_reply);
-    EXPECT_EQ(score, best_reply) << "the same unless it was stopped";
-    return score;
+    const RootReplies replies = search_root_replies(beta, depth);
+    EXPECT_EQ(replies.score, replies.best) << "the same unless it was stopped";
+    return replies.score;
 }
 
 constexpr Search REPLIES = search_replies;
@@ -183,9 +182,9 @@ TEST_F(Replies, PartialScore) {
         fifty = 100;
         if (pawn_first) set_hash_move("h2h3");
         NodeLog log([](const Node& node) { return node.ply == 1; });
-        int best_reply = 0;
-        EXPECT_EQ(search_root_replies(77, 8, best_reply), 77);
-        EXPECT_EQ(best_reply, pawn_first ? NO_SCORE : 0);
+        const RootReplies replies = search_root_replies(77, 8);
+        EXPECT_EQ(replies.score, 77);
+        EXPECT_EQ(replies.best, pawn_first ? std::nullopt : std::optional<int>(0));
         EXPECT_EQ(log.entered_after_abort, 0);
     }
 }

@@ -34,6 +34,7 @@ class Root : public Engine {
     std::function<bool()> stops_now = [] { return false; };  // asked at each reply in quiescence
 
     std::vector<RootMove> searched;
+    Voice dialogue{};
 
     void SetUp() override {
         Engine::SetUp();
@@ -41,14 +42,17 @@ class Root : public Engine {
     }
     void TearDown() override { node_observer = nullptr; }
 
-    // Thinks about the position; returns what was printed. Time flies up to the first root move,
-    // so that none is left for the memory of the tables.
+    // Thinks about the position; returns what was printed. To the dialogue something always waits
+    // to be read, so that the tables' memory is left alone.
     std::string think_aloud(bool xboard = true) {
         searched.clear();
         xboard_mode = xboard;
+        dialogue = xboard ? cecp_voice : console_voice;
+        dialogue.input_waiting = [] { return true; };
+        voice = &dialogue;
         time_budget_ms = BUDGET_MS;
-        tick_ms = FLYING;
-        return output_of(think);
+        tick_ms = 0;
+        return output_of([] { think(); });
     }
     int iterations() const { return searched.empty() ? 0 : searched.back().iteration; }
     static std::string last_move() {
@@ -73,7 +77,7 @@ class Root : public Engine {
         }
     }
     void begin_root_move(const EnteredNode& node) {
-        RootMove move = {node.depth / ONE_PLY + 1, 1, last_move(), node.beta, first_root_move};
+        RootMove move = {node.depth / ONE_PLY + 1, 1, last_move(), node.beta, root.first_root_move};
         if (searched.empty() || searched.back().iteration != move.iteration) {
             tick_ms = 0;
             set_elapsed(0);
@@ -393,22 +397,30 @@ TEST_F(Root, Pondering) {
     EXPECT_EQ(generations(false, 3), 1);
 }
 
-// Memory for the tables is provided in half of the budget at most; the clock moves at each look.
-TEST_F(Root, MemoryTakesHalfOfTheBudget) {
-    free_hash_tables();
-    allocate_hash_tables();
-    set_up(SEVEN_MOVES);
-    xboard_mode = true;
-    time_budget_ms = 20;
-    max_depth = 1;
-    tick_ms = 1;
-    int elapsed_at_first_move = 0;
-    node_observer = [&](const EnteredNode& node) {
-        if (node.kind == 'R' && tick_ms == 1) elapsed_at_first_move = now_ms - search_start_ms;
+// Before the fifth iteration the tables' memory is prefaulted, for a tenth of the budget at most
+// and until something arrives. The clock moves at each look.
+TEST_F(Root, PrefaultingTakesATenthOfTheBudget) {
+    for (const bool input_waits : {false, true}) {
+        free_hash_tables();
+        allocate_hash_tables();
+        set_up(SEVEN_MOVES);
+        dialogue = cecp_voice;
+        dialogue.input_waiting = input_waits ? [] { return true; } : [] { return false; };
+        voice = &dialogue;
+        time_budget_ms = 200;
+        max_depth = 5;
         tick_ms = 0;
-    };
-    output_of(think);
-    EXPECT_EQ(elapsed_at_first_move, 20 / 2 + 1);
+        std::array<int, MAX_ITERATIONS> begun{};
+        node_observer = [&begun](const EnteredNode& node) {
+            if (node.kind != 'R') return;
+            int& begun_at = begun[at(node.depth / ONE_PLY + 1)];
+            if (begun_at == 0) begun_at = now_ms - search_start_ms;
+            tick_ms = node.depth == 3 * ONE_PLY ? 1 : 0;
+        };
+        output_of([] { think(); });
+        EXPECT_EQ(begun[4], 0);
+        EXPECT_EQ(begun[5], input_waits ? 2 : 20);
+    }
 }
 
 // A new think forgets what the last one left behind.

@@ -22,13 +22,15 @@ int tick_ms = 0;
 
 void Engine::SetUp() {
     xboard_mode = false;
+    voice = &console_voice;
     init_engine();
     zobrist = start_up.keys;
     side_key = start_up.side_key;
     compute_hash_key();
     reset_search();
     tick_ms = 0;
-    stop_test_enabled = stop_requested = pondering = first_root_move = time_extended = false;
+    stop_test_enabled = stop_requested = pondering = time_extended = false;
+    root = {};
     start_clock_ago(0);
 }
 
@@ -159,7 +161,7 @@ void begin_at_ply(int ply) {
 std::string output_of(const std::function<void()>& function) {
     ::testing::internal::CaptureStdout();
     function();
-    std::fflush(stdout);
+    flush_output();
     return ::testing::internal::GetCapturedStdout();
 }
 

@@ -3,10 +3,42 @@
 #ifndef TARSIMO_TESTS_UNIT_SUPPORT_H
 #define TARSIMO_TESTS_UNIT_SUPPORT_H
 
-#include "board/board.h"
-#include "control/control.h"
-#include "eval/eval.h"
-#include "search/search.h"
+#include "board/attacks.h"
+#include "board/consistency.h"
+#include "board/generate.h"
+#include "board/keys.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+#include "board/see.h"
+#include "control/cecp.h"
+#include "control/clock.h"
+#include "control/console.h"
+#include "control/display.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/notation.h"
+#include "control/output.h"
+#include "control/suite.h"
+#include "control/system.h"
+#include "control/text.h"
+#include "control/user_move.h"
+#include "eval/drawish.h"
+#include "eval/evaluate.h"
+#include "eval/kpk.h"
+#include "eval/pawn_endings.h"
+#include "eval/score.h"
+#include "eval/setup.h"
+#include "eval/square_tables.h"
+#include "eval/weights.h"
+#include "search/digest.h"
+#include "search/hash_memory.h"
+#include "search/node.h"
+#include "search/ordering.h"
+#include "search/reductions.h"
+#include "search/root.h"
+#include "search/statistics.h"
+#include "search/table.h"
 #include "tools/legal_moves.h"
 #include "tools/snapshot.h"
 
@@ -22,7 +54,7 @@ namespace tarsimo::test {
 inline constexpr char START_FEN[] = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
 
 /// A wide window.
-constexpr int INF = MATE_BOUND;
+constexpr int INF = INFINITE_SCORE;
 
 /// Keys of the program's first game, noted by main() before any test runs.
 struct StartUp {

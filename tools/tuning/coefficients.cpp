@@ -1,6 +1,8 @@
 #include "tools/tuning/coefficients.h"
 
-#include "eval/eval.h"
+#include "board/position.h"
+
+#include "eval/evaluate.h"
 #include "search/search.h"
 
 namespace tarsimo::tuning {
@@ -59,7 +61,7 @@ double linear_score(const Samples& samples, const Sample& sample, const Values& 
 }
 
 bool append_sample(Samples& samples, int& score) {
-    score = side * evaluate(-MATE_BOUND, MATE_BOUND);
+    score = side * evaluate(-INFINITE_SCORE, INFINITE_SCORE);
     const EvalTrace& trace = eval_trace;
     if (!trace.linear) return false;
 

@@ -1,7 +1,10 @@
 #include "tools/tuning/extract.h"
 
-#include "control/control.h"
-#include "eval/eval.h"
+#include "board/attacks.h"
+#include "board/position.h"
+
+#include "control/fen.h"
+#include "eval/evaluate.h"
 #include "search/search.h"
 #include "tools/legal_moves.h"
 
@@ -25,8 +28,8 @@ bool is_wanted(const PlayedMove& move) {
 
 bool is_quiet() {
     if (in_check()) return false;
-    const int score = evaluate(-MATE_BOUND, MATE_BOUND);
-    return std::abs(score) < WON_SCORE && quiesce(-MATE_BOUND, MATE_BOUND, 0) == score;
+    const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
+    return std::abs(score) < WON_SCORE && quiesce(-INFINITE_SCORE, INFINITE_SCORE, 0) == score;
 }
 
 std::vector<LabelledPosition> Extractor::extract(const GameRecord& game, bool& legal) {

@@ -3,8 +3,11 @@
 // the balance than the margin. Told by class of position.
 //
 //   tarsimo-margins POSITIONS
-#include "control/control.h"
-#include "eval/eval.h"
+#include "board/position.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "eval/evaluate.h"
+#include "eval/setup.h"
 #include "search/search.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/records.h"
@@ -62,13 +65,14 @@ int main(int argc, char** argv) {
         const auto position = parse_position(line);
         if (!position) continue;
         set_position_fen(position->fen);
-        const int score = evaluate(-MATE_BOUND, MATE_BOUND);
+        const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
         const int balance = side * (white_material - black_material);
-        Class& part = white_pieces + black_pieces == 0 ? pawns
-                      : endgame_flag                   ? endgame
-                      : std::min(white_piece_material, black_piece_material) > MIDDLEGAME_MATERIAL
-                          ? middlegame
-                          : transition;
+        Class& part =
+            white_pieces + black_pieces == 0 ? pawns
+            : endgame_flag                   ? endgame
+            : std::min(white_eval.piece_material, black_eval.piece_material) > MIDDLEGAME_MATERIAL
+                ? middlegame
+                : transition;
         // The mates of a bare king are told apart by the searches themselves.
         if (white_pawns + black_pawns > 0) part.errors.push_back(std::abs(score - balance));
     }

@@ -1,8 +1,19 @@
 #include "tools/tuning/player.h"
 
-#include "control/control.h"
-#include "eval/eval.h"
+#include "board/attacks.h"
+#include "board/keys.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+
+#include "eval/endings.h"
+#include "eval/evaluate.h"
+#include "search/hash_memory.h"
+#include "search/node.h"
+#include "search/ordering.h"
+#include "search/reductions.h"
 #include "search/search.h"
+#include "search/table.h"
 #include "tools/legal_moves.h"
 
 #include <algorithm>
@@ -48,13 +59,13 @@ int score_root_move(int index, int number, int alpha, int plies) {
     const int depth = ONE_PLY * (plies - 1);
     int score = alpha + 1;
     if (number == 1) {
-        score = -search(-MATE_BOUND, -alpha, depth, true, gives_check);
+        score = -search(-INFINITE_SCORE, -alpha, depth, true, gives_check);
     } else {
         if (quiet && !gives_check && number >= REDUCED_FROM_MOVE && plies >= REDUCED_FROM_PLIES) {
             const int reduction = ONE_PLY * late_move_reduction(ONE_PLY * plies, number);
             score = -search(-alpha - 1, -alpha, depth - reduction, true, false);
         }
-        if (score > alpha) score = search_late_move(alpha, MATE_BOUND, depth, gives_check);
+        if (score > alpha) score = search_late_move(alpha, INFINITE_SCORE, depth, gives_check);
     }
     unmake_move();
     return score;
@@ -64,12 +75,12 @@ int score_root_move(int index, int number, int alpha, int plies) {
 // by its moves, as the think driver does: a repeated position must still yield a move.
 int search_position(std::vector<int>& legal, std::uint64_t node_limit) {
     begin_generation();
-    while (provide_memory()) {}
+    while (prefault_hash_tables()) {}
     clear_ordering();
     nodes = 0;
     int best = 0;
     for (int plies = 1; plies <= DEEPEST_PLIES && nodes < node_limit; ++plies) {
-        int alpha = -MATE_BOUND;
+        int alpha = -INFINITE_SCORE;
         for (std::size_t i = 0; i < legal.size(); ++i) {
             const int score = score_root_move(legal[i], static_cast<int>(i) + 1, alpha, plies);
             if (score <= alpha) continue;
@@ -188,7 +199,7 @@ bool set_up_ending(Random& random) {
 
 // The test reads what evaluate() works out for the position.
 bool is_dead_draw() {
-    evaluate(-MATE_BOUND, MATE_BOUND);
+    evaluate(-INFINITE_SCORE, INFINITE_SCORE);
     return is_bare_minor_draw();
 }
 

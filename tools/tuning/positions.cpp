@@ -1,7 +1,8 @@
 // tarsimo-positions: quiet positions with their labels out of the games of tarsimo-selfplay.
 //
 //   tarsimo-positions GAMES FILE [--per-game N] [--seed N]
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/think.h"
 #include "tools/tuning/extract.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/progress.h"

@@ -1,6 +1,10 @@
 #include "tools/tuning/records.h"
 
-#include "control/control.h"
+#include "board/make.h"
+#include "board/move_list.h"
+#include "board/position.h"
+
+#include "control/notation.h"
 
 #include <charconv>
 #include <string_view>

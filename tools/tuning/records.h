@@ -7,7 +7,7 @@
 #ifndef TARSIMO_TOOLS_TUNING_RECORDS_H
 #define TARSIMO_TOOLS_TUNING_RECORDS_H
 
-#include "board/board.h"
+#include "board/move_list.h"
 
 #include <optional>
 #include <string>

@@ -5,7 +5,9 @@
 // One game a line, in the order of their numbers whatever the number of workers, and each game
 // depends on seed and number alone. A run that was stopped goes on where its file ends. The
 // position is program-wide, so the workers are processes; each sends its games through a pipe.
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/think.h"
+#include "search/search.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/player.h"
 #include "tools/tuning/progress.h"

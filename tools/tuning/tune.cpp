@@ -9,7 +9,9 @@
 //   weights.tsv   each weight: in how many positions it counts, its value before and after
 //   errors.tsv    error on training and held-out positions after each pass
 // --list names the list that the program was built with. --freeze keeps whole groups.
-#include "control/control.h"
+#include "control/engine.h"
+#include "control/fen.h"
+#include "control/think.h"
 #include "tools/tuning/optimizer.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/progress.h"

@@ -12,7 +12,9 @@
 //   1810000  third killer
 //   1809000+ defended captures of a lesser piece
 //         0+ other quiet moves, by history
-#include "board/board.h"
+#include "board/move_list.h"
+
+#include "board/position.h"
 
 #include <algorithm>
 
@@ -155,7 +157,8 @@ void update_pv(int index) {
     const auto& below = pv_table[ply + 1];
 
     line[ply] = {move.from, move.to, static_cast<std::int8_t>(move.captured),
-                 static_cast<std::int8_t>(type_on(move.from))};
+                 static_cast<std::int8_t>(type_on(move.from)),
+                 static_cast<std::int8_t>(move.promotion)};
     for (std::size_t column = ply + 1; column < line.size(); ++column) {
         line[column] = below[column];
         if (below[column].from == 0) break;
