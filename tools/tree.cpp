@@ -5,7 +5,8 @@
 //   tarsimo-tree --pin < OLD > NEW      a list of pinned figures (tests/data/trees.txt) with the
 //                                       figures of this build, for a change meant to alter trees
 //
-// Ends with status 1 when a command is not understood.
+// Ends with status 1 when a command is not understood. --pin then prints no list, nor when the two
+// commands under a comment "# pair" have equal figures: they no longer show their rule.
 #include <cstdio>
 #include <iostream>
 #include <string>
@@ -15,8 +16,6 @@
 #include "tools/tree_commands.h"
 
 namespace {
-
-constexpr char ARROW[] = " =>";
 
 bool all_understood = true;
 
@@ -28,18 +27,15 @@ std::string figures_of(const std::string& command) {
     return "not understood: " + command;
 }
 
-// Comments stay; figures on the lines below a command are made anew with it.
-void pin(const std::string& line) {
-    const auto arrow = line.find(ARROW);
-    if (line.empty() || line[0] == '#') {
-        std::printf("%s\n", line.c_str());
-    } else if (arrow != std::string::npos) {
-        const std::string command = line.substr(0, arrow);
-        const std::string figures = figures_of(command);
-        const bool several_lines = figures.find('\n') != std::string::npos;
-        std::printf("%s%s%s%s\n", command.c_str(), ARROW, several_lines ? "\n" : " ",
-                    figures.c_str());
+// Prints nothing when the list must not be used.
+int pin_list() {
+    const tarsimo::tree::Pinned pinned = tarsimo::tree::pin(std::cin);
+    if (!pinned.refusal.empty()) {
+        std::fprintf(stderr, "tarsimo-tree: %s", pinned.refusal.c_str());
+        return 1;
     }
+    std::printf("%s", pinned.list.c_str());
+    return 0;
 }
 
 }  // namespace
@@ -47,15 +43,14 @@ void pin(const std::string& line) {
 int main(int argc, char** argv) {
     tarsimo::init_engine();
     tarsimo::stop_test_enabled = false;
-    const bool pinning = argc == 2 && std::string(argv[1]) == "--pin";
-    if (argc > 1 && !pinning) {
+    if (argc == 2 && std::string(argv[1]) == "--pin") return pin_list();
+    if (argc > 1) {
         for (int i = 1; i < argc; ++i) std::printf("%s\n", figures_of(argv[i]).c_str());
         return all_understood ? 0 : 1;
     }
     std::string line;
     while (std::getline(std::cin, line)) {
-        if (pinning) pin(line);
-        else std::printf("%s\n", figures_of(line).c_str());
+        std::printf("%s\n", figures_of(line).c_str());
         std::fflush(stdout);
     }
     return all_understood ? 0 : 1;

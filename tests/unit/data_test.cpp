@@ -117,7 +117,7 @@ std::string case_figures(const std::string& line) {
 
 // The figures of every command of a list, made with the tree tool's own functions.
 void expect_figures(const std::string& file) {
-    const std::string arrow = " =>";
+    const std::string arrow = tree::ARROW;
     const auto lines = data_lines(file);
     ASSERT_GT(lines.size(), 150U);
     for (std::size_t i = 0; i < lines.size();) {
@@ -159,6 +159,22 @@ TEST_F(Data, LegalPaths) {
 // Score, nodes, every counter, the digest of all nodes entered, and the variation of whole trees;
 // evaluations. They change exactly when search or evaluation does.
 TEST_F(Data, Trees) { expect_figures("trees.txt"); }
+
+TEST_F(Data, PinningRefusesEqualSidesOfAPair) {
+    const auto pinned = [](const std::string& second_side) {
+        std::istringstream list(
+            "# pair: a guard\nsee 4k3/8/4p3/3p4/8/8/8/3QK3 w - - d1 d5 => old\n" + second_side +
+            " =>\nold\n# end\n");
+        return tree::pin(list);
+    };
+    const std::string unguarded = "see 4k3/8/8/3p4/8/8/8/3QK3 w - - d1 d5";
+    EXPECT_EQ(pinned(unguarded).refusal, "");
+    EXPECT_EQ(pinned(unguarded).list,
+              "# pair: a guard\nsee 4k3/8/4p3/3p4/8/8/8/3QK3 w - - d1 d5 => see -1100\n" +
+                  unguarded + " => see 100\n# end\n");
+    EXPECT_NE(pinned("see 4k3/8/2p5/3p4/8/8/8/3QK3 w - - d1 d5").refusal, "");
+    EXPECT_NE(pinned("see nothing").refusal, "");
+}
 
 // Exchange values and move lists with their scores.
 TEST_F(Data, Lists) { expect_figures("lists.txt"); }
