@@ -109,7 +109,7 @@ constexpr std::array<const char*, 2> PIECES_OF_ONE = {"4k1n1/7p/8/8/8/8/7P/4K3 w
                                                       "4k3/7p/8/8/8/8/7P/4K1N1 w - -"};
 
 TEST_F(SearchRules, Razoring) {
-    constexpr int OVER = 340;  // keeps the quiescence search near the material balance
+    constexpr int OVER = 345;  // keeps the quiescence search near the material balance
     const auto razored = [](const char* fen, const NodeSetup& setup,
                             const Step& prepare = NOTHING) {
         search_node(fen, setup, prepare);
@@ -123,10 +123,10 @@ TEST_F(SearchRules, Razoring) {
         EXPECT_EQ(nodes, 1U);
     }
     EXPECT_EQ(nodes_behind(MANY_PIECES, {.depth = 2, .above = -565, .over = OVER}, 1)[0],
-              "Q  0! (-225,-224)");
+              "Q  0! (-220,-219)");
     EXPECT_EQ(nodes_behind(MANY_PIECES, {.depth = 2, .above = -564, .over = OVER}, 1)[0][0], 'S')
         << "not even asked";
-    EXPECT_FALSE(razored(MANY_PIECES, {.depth = 6, .above = -1000, .over = OVER}));
+    EXPECT_FALSE(razored(MANY_PIECES, {.depth = 6, .above = -693, .over = OVER}));
     EXPECT_FALSE(razored(MANY_PIECES, {.depth = 2, .above = -565, .over = OVER, .width = 2}))
         << "PV node";
     EXPECT_FALSE(razored(MANY_PIECES, {.depth = 2, .above = -565, .over = OVER},
@@ -138,14 +138,14 @@ TEST_F(SearchRules, Razoring) {
 
     // A capture that brings the score back.
     constexpr const char* capture = "n3k3/7p/8/3p4/4P3/8/7P/N3K3 w - -";
-    for (const int score : {-225, -224}) {
+    for (const int score : {-220, -219}) {
         const auto known = [score] { after("e4d5", [score] { set_evaluation(-score); }); };
         EXPECT_EQ(razored(capture, {.depth = 2, .above = -570, .over = OVER}, known),
-                  score == -225);
+                  score == -220);
     }
     EXPECT_EQ(search_node(capture, {.depth = 2, .above = -570, .over = OVER},
-                          [] { after("e4d5", [] { set_evaluation(225); }); }),
-              -225)
+                          [] { after("e4d5", [] { set_evaluation(220); }); }),
+              -220)
         << "what quiescence says";
 
     // The far end of the range of scores where the evaluation is trusted. The lazy exit answers.
