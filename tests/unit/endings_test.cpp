@@ -400,7 +400,10 @@ TEST_F(Endings, SearchesSeeTheWayToTheMate) {
     EXPECT_EQ(static_score(9900, 9901), 10000 - 12 * 4 - 99);
     side = BLACK;
     EXPECT_EQ(static_score(-9901, -9900), -(10000 - 12 * 4 - 99));
-    for (const char* fen : {"8/8/8/3k4/8/8/P7/KR6 w - -", "8/8/7n/3k4/8/8/8/KR6 w - -"}) {
+    set_up("8/8/8/3K4/8/8/8/kr6 b - -");
+    EXPECT_GT(static_score(9900, 9901), 9000);
+    for (const char* fen : {"8/8/8/3k4/8/8/P7/KR6 w - -", "8/8/7n/3k4/8/8/8/KR6 w - -",
+                            "8/7p/8/3k4/8/8/8/KR6 w - -"}) {
         set_up(fen);
         EXPECT_EQ(static_score(9900, 9901), evaluate(9900, 9901)) << fen;
         EXPECT_EQ(eval_lazy_count, 2U);

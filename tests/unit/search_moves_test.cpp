@@ -306,6 +306,8 @@ TEST_F(SearchRules, Reductions) {
              Case{"4k1n1/7p/8/8/8/8/P7/4K3 w - -", 6, "e1f2", {2}},
              Case{"4k3/8/8/8/8/8/P7/4K1N1 w - -", 6, "e1f2", {4}},
              Case{"4k3/7p/8/8/8/8/P7/4K1N1 w - -", 6, "e1f2", {2}},
+             Case{"4k1n1/7p/8/8/8/8/8/4K1N1 w - -", 6, "e1f2", {2}},
+             Case{"4k1n1/8/8/8/8/8/7P/4K1N1 w - -", 6, "e1f2", {2}},
          }) {
         const bool deep = c.depth > 10;
         EXPECT_EQ(depths(c.fen, c.depth, c.move,

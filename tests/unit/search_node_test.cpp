@@ -148,6 +148,14 @@ TEST_F(SearchRules, Razoring) {
               -220)
         << "what quiescence says";
 
+    // A search that is stopped there has no score.
+    {
+        NodeLog log([](const Node& node) { return node.kind == 'Q'; });
+        search_node("4k1n1/7p/8/8/8/8/7P/R3K1N1 w - -", {.depth = 2, .above = -565, .over = OVER});
+        EXPECT_TRUE(search_aborted);
+        EXPECT_EQ(statistics.razoring, 0U);
+    }
+
     // The far end of the range of scores where the evaluation is trusted. The lazy exit answers.
     for (const int beta : {9999, 10000}) {
         set_up(START_FEN);
