@@ -65,13 +65,13 @@ template <Reduction Rule> RootReplies reply_node(int beta, int depth) {
 
         int score = alpha + 1;
         if (n == 1) {
-            score = -search(-beta, -alpha, new_depth, true, gives_check);
+            score = -search(-beta, -alpha, new_depth, NullMove::YES, gives_check);
         } else {
             if (may_reduce && is_reduced<Rule>(move, type, n, gives_check)) {
                 ++statistics.lmr;
                 score =
                     -search(-alpha - 1, -alpha, new_depth - ONE_PLY * late_move_reduction(depth, n),
-                            true, gives_check);
+                            NullMove::YES, gives_check);
             }
             if (score > alpha && !search_aborted) {
                 score = search_late_move(alpha, beta, new_depth, gives_check);
