@@ -238,6 +238,7 @@ TEST_F(Root, BestMoveComesFirst) {
     EXPECT_EQ(order, "h2h4 e1d1 e1f1 ");
     EXPECT_EQ(last_move(), "h2h4");
     EXPECT_EQ(pv_table[0][0].to, H4);
+    EXPECT_EQ(root.lines[0].variation[0].to, H4);
 }
 
 // From the ninth iteration on a score like that of a mate is enough.
