@@ -238,6 +238,27 @@ TEST_F(Root, BestMoveComesFirst) {
     EXPECT_EQ(order, "h2h4 e1d1 e1f1 ");
     EXPECT_EQ(last_move(), "h2h4");
     EXPECT_EQ(pv_table[0][0].to, H4);
+    EXPECT_EQ(root.lines[0].variation[0].to, H4);
+}
+
+// From the ninth iteration on a score like that of a mate is enough.
+TEST_F(Root, MateInHand) {
+    struct Case {
+        int score, depth;
+        bool ends;
+    };
+    for (const auto& [last_score, depth, ends] :
+         {Case{31900, 9, true}, Case{31899, 9, false}, Case{31900, 8, false}}) {
+        set_up(SEVEN_MOVES);
+        searched.clear();
+        begin_root_search();
+        root.iteration_depth = depth;
+        root.lines[0].score = last_score;
+        Iteration end{};
+        output_of([&end] { end = search_root_moves(); });
+        EXPECT_EQ(end, ends ? Iteration::MATE_FOUND : Iteration::COMPLETE);
+        EXPECT_EQ(searched.empty(), ends) << last_score << " " << depth;
+    }
 }
 
 // A root move that was beating the best when the search was stopped is put to the reply search.
@@ -428,12 +449,15 @@ TEST_F(Root, BeginsAfresh) {
     set_up(SEVEN_MOVES);
     killer1[3] = killer2[3] = killer3[3] = {E2, E4, 0};
     history[0][E2][E4] = history_max = 77;
+    pv_table[0][40].from = E2;
+    eval_stack[40] = 77;
     search_aborted = stop_requested = time_extended = true;
     statistics.lmr = nodes = 1000;
     max_depth = 1;
     on_iteration = [](int) {
         EXPECT_EQ(killer1[3].from + killer2[3].from + killer3[3].from, 0);
         EXPECT_EQ(history[0][E2][E4] + history_max, 0);
+        EXPECT_EQ(pv_table[0][40].from + eval_stack[40], 0);
         EXPECT_FALSE(search_aborted || stop_requested || time_extended);
         EXPECT_EQ(statistics.lmr, 0U);
         EXPECT_EQ(nodes, 1U) << "the first root move";

@@ -433,6 +433,9 @@ TEST_F(SearchResults, FailHigh) {
     EXPECT_EQ(credited(), "10100");
     EXPECT_EQ(killer2[0].to, F3);
     EXPECT_EQ(nodes, 6U) << "three moves, three nodes of quiescence";
+    EXPECT_EQ(search_scored_moves(-50, 20), 20) << "beta itself";
+    expect_stored(BOUND_LOWER, 20, F3);
+    EXPECT_EQ(nodes, 6U);
 }
 
 // The square of the depth in plies, for captures too; past the limit everything is divided by 4.

@@ -47,6 +47,7 @@ TEST_F(Table, EmptySlotsAndOtherPositions) {
     hash_move = {E2, E4, 0};
     EXPECT_EQ(probe_at_ply(0, 0, 0), (Probe{NO_ENTRY})) << "keys are compared whole";
     EXPECT_EQ(hash_move.from, 0);
+    hash_move = {E2, E4, 0};
     read_hash_move();
     EXPECT_EQ(hash_move.from, 0);
     hash_key -= tt_size;
