@@ -241,17 +241,34 @@ TEST_F(Root, BestMoveComesFirst) {
     EXPECT_EQ(root.lines[0].variation[0].to, H4);
 }
 
+// Each line has its own best move; only moves that were asked for are searched.
+TEST_F(Root, LinesAndMovesAskedFor) {
+    set_up(SEVEN_MOVES);
+    score = [](const RootMove& move) {
+        return move.move == "h2h4" ? 30 : move.move == "e1f1" ? 20 : move.move == "e1d1" ? 40 : 0;
+    };
+    begin_root_search({.lines = 2, .among = {{E1, F1, 0}, {H2, H3, 0}, {H2, H4, 0}}});
+    EXPECT_EQ(root.legal_moves, 3);
+    root.iteration_depth = 1;
+    output_of([] { search_root_moves(); });
+    EXPECT_EQ(root.lines[0].score, 30);
+    EXPECT_EQ(root.lines[1].score, 20);
+    EXPECT_EQ(name_of(move_at(0)) + name_of(move_at(1)), "h2h4e1f1");
+}
+
 // From the ninth iteration on a score like that of a mate is enough.
 TEST_F(Root, MateInHand) {
     struct Case {
         int score, depth;
         bool ends;
+        bool goes_on = false;
     };
-    for (const auto& [last_score, depth, ends] :
-         {Case{31900, 9, true}, Case{31899, 9, false}, Case{31900, 8, false}}) {
+    for (const auto& [last_score, depth, ends, goes_on] :
+         {Case{31900, 9, true}, Case{31899, 9, false}, Case{31900, 8, false},
+          Case{31900, 9, false, true}}) {
         set_up(SEVEN_MOVES);
         searched.clear();
-        begin_root_search();
+        begin_root_search({.lines = 1, .among = {}, .goes_on_after_mate = goes_on});
         root.iteration_depth = depth;
         root.lines[0].score = last_score;
         Iteration end{};
