@@ -29,7 +29,7 @@ done
 mkdir "$build/being-built" || { echo overlap >>"$RECORD"; exit 1; }
 mktemp >>"$RECORD.files"
 sleep "${DURATION-0.3}"
-for program in tarsimo tarsimo-bench; do
+for program in tarsimo tarsimo-uci tarsimo-bench; do
     printf '#!/bin/sh\\necho "$0"\\n' >"$build/$program"
     chmod +x "$build/$program"
 done
@@ -84,7 +84,7 @@ def test_two_at_once_build_once(tmp_path, bench):
         assert process.returncode == 0, errors
         assert output == f"{tree}/build/tarsimo\n"
     assert "overlap" not in record(bench)
-    assert sum("--target tarsimo tarsimo-bench" in line for line in record(bench)) == 1
+    assert sum("--target tarsimo tarsimo-uci tarsimo-bench" in line for line in record(bench)) == 1
 
 
 def test_profile_is_recorded_elsewhere(tmp_path, bench):
