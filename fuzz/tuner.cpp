@@ -9,7 +9,7 @@
 #include "control/think.h"
 #include "search/search.h"
 #include "session.h"
-#include "tools/text_file.h"
+#include "tools/common/text_file.h"
 #include "tools/tuning/coefficients.h"
 #include "tools/tuning/extract.h"
 #include "tools/tuning/records.h"
