@@ -19,8 +19,8 @@
 #include "eval/setup.h"
 #include "search/search.h"
 #include "session.h"
-#include "tools/legal_moves.h"
-#include "tools/snapshot.h"
+#include "tests/unit/snapshot.h"
+#include "tools/common/legal_moves.h"
 
 #include <string>
 

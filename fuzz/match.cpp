@@ -1,11 +1,11 @@
 // Fuzz target: what the match tool reads. The first byte chooses an opening file ('o'), played out
 // as far as it goes, or lines ('l') each of which is tried as a game record from a worker, a time
 // control, an engine and a move.
-#include "tools/match.h"
+#include "tools/match/match.h"
 #include "board/move_list.h"
 #include "control/notation.h"
 #include "session.h"
-#include "tools/legal_moves.h"
+#include "tools/common/legal_moves.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -38,9 +38,7 @@ void check_position() {
     std::reverse(legal.begin(), legal.end());
     legal.resize(std::min(legal.size(), MAX_CHECKED_MOVES));
     for (const int index : legal) {
-        const Move move = move_at(index);
-        std::string name = square_name(move.from) + square_name(move.to);
-        if (move.promotion != 0) name += FEN_LETTERS[move.promotion];
+        const std::string name = coordinate_name(move_at(index));
         const LegalMove found = find_move(name);
         demand(found.list_index >= 0 && found.coordinates == name, "a legal move has its name");
         demand(find_move(found.san).coordinates == name, "its other name is its own");

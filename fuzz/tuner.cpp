@@ -9,7 +9,7 @@
 #include "control/think.h"
 #include "search/search.h"
 #include "session.h"
-#include "tools/text_file.h"
+#include "tools/common/text_file.h"
 #include "tools/tuning/coefficients.h"
 #include "tools/tuning/extract.h"
 #include "tools/tuning/records.h"
@@ -22,6 +22,7 @@
 #include <cmath>
 #include <sstream>
 #include <string>
+#include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
@@ -92,6 +93,21 @@ void read_position(const std::string& line, const Values& values) {
     demand(std::abs(sum - score) <= ROUNDING, "the linear sum is the evaluation");
 }
 
+// The weights of a list, "S(1, -2)", without those of its comments.
+std::vector<std::string> weights_in(const std::string& list) {
+    std::vector<std::string> weights;
+    std::istringstream lines(list);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("//")) continue;
+        for (auto begin = line.find(" S("); begin != std::string::npos;) {
+            const auto end = line.find(')', begin);
+            weights.push_back(line.substr(begin, end - begin));
+            begin = line.find(" S(", begin + 1);
+        }
+    }
+    return weights;
+}
+
 void read_weights(const std::string& list, const Values& values) {
     const std::string written = rewrite_list(list, values);
     if (written.empty()) return;
@@ -100,12 +116,12 @@ void read_weights(const std::string& list, const Values& values) {
     for (double& value : others) value += 1;
     const std::string changed = rewrite_list(list, others);
     demand(rewrite_list(changed, values) == written, "only the values are rewritten");
-    std::istringstream before(written);
-    std::istringstream after(changed);
-    std::string old_line, new_line;
-    while (std::getline(before, old_line) && std::getline(after, new_line)) {
-        demand((old_line != new_line) == old_line.starts_with("WEIGHTS("),
-               "every value is rewritten");
+    const std::vector<std::string> before = weights_in(written);
+    const std::vector<std::string> after = weights_in(changed);
+    demand(before.size() == values.size() / 2 && after.size() == before.size(),
+           "every weight is in the list");
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        demand(before[i] != after[i], "every weight is rewritten");
     }
 }
 

@@ -1,6 +1,8 @@
 // Make and unmake, keys, and the records of the game.
 #include "support.h"
 
+#include "control/notation.h"
+
 #include <set>
 #include <sstream>
 
@@ -17,10 +19,10 @@ void check_moves_of_position() {
     generate_moves();
     for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
         make_move(i);
-        ASSERT_TRUE(snapshot() == recounted()) << name_of(move_at(i));
+        ASSERT_TRUE(snapshot() == recounted()) << coordinate_name(move_at(i));
         ASSERT_EQ(history_entry(game_ply - 1).key, before.hash_key);
         unmake_move();
-        ASSERT_TRUE(snapshot() == before) << name_of(move_at(i));
+        ASSERT_TRUE(snapshot() == before) << coordinate_name(move_at(i));
     }
     const int ep_square_before = make_null_move();
     ASSERT_TRUE(snapshot() == recounted());
@@ -53,9 +55,10 @@ TEST_F(Make, OpenedLinesTellOfEveryCheck) {
         for (int i = list_start(INNER_PLY); i < list_start(INNER_PLY + 1); ++i) {
             make_move(i);
             const bool safe = king_left_safe();
-            ASSERT_EQ(king_left_safe(move_at(i), was_in_check), safe) << name_of(move_at(i));
+            ASSERT_EQ(king_left_safe(move_at(i), was_in_check), safe)
+                << coordinate_name(move_at(i));
             if (safe) {
-                ASSERT_EQ(move_gives_check(move_at(i)), in_check()) << name_of(move_at(i));
+                ASSERT_EQ(move_gives_check(move_at(i)), in_check()) << coordinate_name(move_at(i));
             }
             unsafe += !safe && !was_in_check ? 1 : 0;
             checks += safe && in_check() ? 1 : 0;

@@ -2,7 +2,8 @@
 // exchange values and move lists, and single cases of set-up, moves and texts.
 #include "support.h"
 
-#include "tools/tree_commands.h"
+#include "tools/common/fen_writer.h"
+#include "tools/measure/tree_commands.h"
 
 #include <cinttypes>
 #include <map>
@@ -29,18 +30,7 @@ std::uint64_t perft(int depth) {
 // The position as a FEN text, with the reversible moves and, as two figures, who counts as
 // having castled.
 std::string position_text() {
-    std::string text;
-    for (int rank = A8; rank >= A1; rank -= 10) {
-        for (int sq = rank; sq < rank + 8; ++sq) {
-            const char letter = FEN_LETTERS[type_on(sq)];
-            if (piece_on(sq) != EMPTY)
-                text += piece_on(sq) > 0 ? static_cast<char>(letter - 'a' + 'A') : letter;
-            else if (!text.empty() && text.back() >= '1' && text.back() < '8') ++text.back();
-            else text += '1';
-        }
-        text += rank > A1 ? '/' : ' ';
-    }
-    text += side == WHITE ? "w " : "b ";
+    std::string text = tool::board_field(board) + (side == WHITE ? " w " : " b ");
     const auto add_right = [&](int king, int rook, int colour, char right) {
         const bool home = piece_on(king) == colour * KING && piece_on(rook) == colour * ROOK;
         if (home && square_moves[at(king)] + square_moves[at(rook)] == 0) text += right;

@@ -1,6 +1,8 @@
 // Move ordering: the scores of new moves, picking, the principal variation, killers and history.
 #include "support.h"
 
+#include "control/notation.h"
+
 namespace tarsimo::test {
 
 namespace {
@@ -123,7 +125,7 @@ TEST_F(Ordering, PickingAndDiscardedLists) {
     std::string picked;
     for (int index = pick_move(); index >= 0; index = pick_move()) {
         EXPECT_EQ(current_move_score, picked.size() < 10 ? 7 : 0);
-        picked += name_of(move_at(index)) + " ";
+        picked += coordinate_name(move_at(index)) + " ";
         EXPECT_EQ(move_at(index).score, PICKED);
     }
     EXPECT_EQ(picked.substr(0, 25), "b1c3 g2g3 b1a3 g1f3 g1h3 ");

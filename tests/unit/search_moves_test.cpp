@@ -2,6 +2,8 @@
 // and what is remembered of the best move. Each test looks at both sides of its rule.
 #include "search_fixture.h"
 
+#include "control/notation.h"
+
 #include <set>
 
 namespace tarsimo::test {
@@ -181,7 +183,7 @@ TEST_F(SearchRules, LosingMovesArePruned) {
         });
         set_up(fen);
         for_each_legal_move([&](int index) {
-            const std::string name = name_of(move_at(index));
+            const std::string name = coordinate_name(move_at(index));
             if (!searched.contains(name)) moves.insert(name);
         });
         return moves;

@@ -1,6 +1,8 @@
 // What the unit tests share.
 #include "support.h"
 
+#include "control/notation.h"
+
 #include <cstdlib>
 #include <fstream>
 #include <random>
@@ -61,16 +63,10 @@ void set_up(const std::string& fen) {
     reset_search();
 }
 
-std::string name_of(const Move& move) {
-    std::string name = square_name(move.from) + square_name(move.to);
-    if (move.promotion != 0) name += FEN_LETTERS[move.promotion];
-    return name;
-}
-
 int find_move(const std::string& name) {
     generate_moves();
     for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
-        if (name_of(move_at(i)) == name) return i;
+        if (coordinate_name(move_at(i)) == name) return i;
     }
     return -1;
 }

@@ -39,8 +39,8 @@
 #include "search/root.h"
 #include "search/statistics.h"
 #include "search/table.h"
-#include "tools/legal_moves.h"
-#include "tools/snapshot.h"
+#include "tests/unit/snapshot.h"
+#include "tools/common/legal_moves.h"
 
 #include <gtest/gtest.h>
 
@@ -77,9 +77,6 @@ Snapshot recounted();
 
 /// Set up a position, and everything that a search reads as in a fresh program.
 void set_up(const std::string& fen);
-
-/// Name of a move as a user types it, "e7e8q".
-std::string name_of(const Move& move);
 
 /// Generate this ply's list: the index of the first move with a name, or -1.
 int find_move(const std::string& name);

@@ -306,8 +306,22 @@ TEST_F(Tuning, ListIsRewrittenInPlace) {
     EXPECT_EQ(lines(changed), lines(list));
     EXPECT_EQ(rewrite_list(changed, built_in_values()), list);
 
+    // A group that no longer fits its line is written in rows, and back.
+    Values wide = built_in_values();
+    for (int i = 2 * PAWN_ISOLATED; i < 2 * PAWN_BACKWARD; ++i) wide[at(i)] = -1234567890;
+    const std::string rows = rewrite_list(list, wide);
+    EXPECT_NE(rows.find("\"opposed, unopposed\",\n    S(-1234567890, "), std::string::npos);
+    EXPECT_EQ(rewrite_list(rows, built_in_values()), list);
+
+    // Rows of eight: the ninth weight of the knight's mobility begins one.
+    const auto ninth = static_cast<std::size_t>(2 * (KNIGHT_MOBILITY + 8));
+    Values marked = built_in_values();
+    marked[ninth] = 987;
+    EXPECT_NE(rewrite_list(list, marked).find("\n    S(987, "), std::string::npos);
+
     std::string other = list;
     other.replace(other.find("BISHOP_PAIR"), 11, "BISHOP_TRIO");
     EXPECT_EQ(rewrite_list(other, values), "");
+    EXPECT_EQ(rewrite_list(list.substr(0, list.rfind("))")), values), "");
     EXPECT_EQ(rewrite_list("", values), "");
 }

@@ -6,7 +6,7 @@
 #include "control/fen.h"
 #include "eval/evaluate.h"
 #include "search/search.h"
-#include "tools/legal_moves.h"
+#include "tools/common/legal_moves.h"
 
 #include <algorithm>
 #include <array>

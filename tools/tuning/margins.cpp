@@ -7,7 +7,7 @@
 #include "eval/evaluate.h"
 #include "eval/setup.h"
 #include "search/search.h"
-#include "tools/text_file.h"
+#include "tools/common/text_file.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/records.h"
 

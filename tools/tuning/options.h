@@ -2,7 +2,7 @@
 #ifndef TARSIMO_TOOLS_TUNING_OPTIONS_H
 #define TARSIMO_TOOLS_TUNING_OPTIONS_H
 
-#include "tools/command_line.h"
+#include "tools/common/command_line.h"
 
 #include <cstdint>
 #include <initializer_list>

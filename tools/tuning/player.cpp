@@ -6,6 +6,7 @@
 #include "board/move_list.h"
 #include "board/position.h"
 
+#include "control/notation.h"
 #include "eval/endings.h"
 #include "eval/evaluate.h"
 #include "search/hash_memory.h"
@@ -14,7 +15,7 @@
 #include "search/reductions.h"
 #include "search/search.h"
 #include "search/table.h"
-#include "tools/legal_moves.h"
+#include "tools/common/legal_moves.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -271,7 +272,7 @@ GameRecord play_game(std::uint64_t seed, std::uint64_t node_limit) {
             return game;
         }
         const int score = search_position(legal, node_limit);
-        game.moves.push_back({move_name(move_at(legal.front())), score});
+        game.moves.push_back({coordinate_name(move_at(legal.front())), score});
         if (adjudicator.decides(side * score)) {
             game.result = adjudicator.result();
             return game;

@@ -1,7 +1,7 @@
 // tarsimo-positions: quiet positions with their labels out of the games of tarsimo-selfplay.
 #include "control/engine.h"
 #include "control/think.h"
-#include "tools/text_file.h"
+#include "tools/common/text_file.h"
 #include "tools/tuning/extract.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/progress.h"

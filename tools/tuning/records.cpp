@@ -5,6 +5,7 @@
 #include "board/position.h"
 #include "control/fen_check.h"
 #include "control/notation.h"
+#include "tools/common/fen_writer.h"
 
 #include <charconv>
 #include <cstdlib>
@@ -13,46 +14,6 @@
 namespace tarsimo::tuning {
 
 namespace {
-
-char piece_letter(int piece) {
-    const char letter = FEN_LETTERS[piece < 0 ? -piece : piece];
-    return piece > 0 ? static_cast<char>(letter - 'a' + 'A') : letter;
-}
-
-std::string placement() {
-    std::string text;
-    for (int rank = A8; rank >= A1; rank -= 10) {
-        int empty = 0;
-        for (int sq = rank; sq < rank + 8; ++sq) {
-            if (piece_on(sq) == EMPTY) {
-                ++empty;
-                continue;
-            }
-            if (empty > 0) text += std::to_string(empty);
-            empty = 0;
-            text += piece_letter(piece_on(sq));
-        }
-        if (empty > 0) text += std::to_string(empty);
-        if (rank != A1) text += '/';
-    }
-    return text;
-}
-
-template <int Us> bool may_castle(int rook_home) {
-    constexpr int king_home = Us == WHITE ? E1 : E8;
-    return castled<Us>() == 0 && piece_on(king_home) == Us * KING &&
-           piece_on(rook_home) == Us * ROOK && square_moves[at(king_home)] == 0 &&
-           square_moves[at(rook_home)] == 0;
-}
-
-std::string castling_rights() {
-    std::string text;
-    if (may_castle<WHITE>(H1)) text += 'K';
-    if (may_castle<WHITE>(A1)) text += 'Q';
-    if (may_castle<BLACK>(H8)) text += 'k';
-    if (may_castle<BLACK>(A8)) text += 'q';
-    return text.empty() ? "-" : text;
-}
 
 bool read_score(std::string_view text, int& value) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -79,20 +40,11 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
 
 }  // namespace
 
-std::string position_fen() {
-    const std::string passed = ep_square == 0 ? "-" : square_name(ep_square);
-    return placement() + (side == WHITE ? " w " : " b ") + castling_rights() + " " + passed;
-}
-
-std::string move_name(const Move& move) {
-    std::string name = square_name(move.from) + square_name(move.to);
-    if (move.promotion != 0) name += FEN_LETTERS[move.promotion];
-    return name;
-}
+std::string position_fen() { return tool::position_fields(ep_square); }
 
 int find_root_move(const std::vector<int>& legal, std::string_view name) {
     for (const int index : legal) {
-        if (move_name(move_at(index)) == name) return index;
+        if (coordinate_name(move_at(index)) == name) return index;
     }
     return -1;
 }

@@ -19,10 +19,8 @@ namespace tarsimo::tuning {
 /// The current position in the first four fields of Forsyth-Edwards Notation.
 std::string position_fen();
 
-/// A move as a user types it, "e7e8q".
-std::string move_name(const Move& move);
-
-/// The index of the root move with this name after legal_moves(), -1 when there is none.
+/// The index of the root move with this coordinate_name() after legal_moves(), -1 when there is
+/// none.
 int find_root_move(const std::vector<int>& legal, std::string_view name);
 
 /// Make a move of the root list as a move of the game; the next position is the root again.

@@ -6,7 +6,7 @@
 #include "control/engine.h"
 #include "control/think.h"
 #include "search/search.h"
-#include "tools/text_file.h"
+#include "tools/common/text_file.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/player.h"
 #include "tools/tuning/progress.h"

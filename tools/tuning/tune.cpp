@@ -2,7 +2,7 @@
 #include "control/engine.h"
 #include "control/fen.h"
 #include "control/think.h"
-#include "tools/text_file.h"
+#include "tools/common/text_file.h"
 #include "tools/tuning/optimizer.h"
 #include "tools/tuning/options.h"
 #include "tools/tuning/progress.h"

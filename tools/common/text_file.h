@@ -1,7 +1,7 @@
 /// Text files as the tools read them. Whatever stands under a name, a folder and a device
 /// included, ends in lines of bounded length or in a sentence that says why there are none.
-#ifndef TARSIMO_TOOLS_TEXT_FILE_H
-#define TARSIMO_TOOLS_TEXT_FILE_H
+#ifndef TARSIMO_TOOLS_COMMON_TEXT_FILE_H
+#define TARSIMO_TOOLS_COMMON_TEXT_FILE_H
 
 #include <cerrno>
 #include <cstdint>

@@ -1,9 +1,9 @@
 // tarsimo-san: moves between the notations, for scripts.
-#include "tools/match.h"
+#include "tools/match/match.h"
 
 #include "control/engine.h"
-#include "tools/command_line.h"
-#include "tools/legal_moves.h"
+#include "tools/common/command_line.h"
+#include "tools/common/legal_moves.h"
 
 #include <algorithm>
 #include <iostream>

@@ -9,7 +9,7 @@
 #include "search/hash_memory.h"
 #include "search/search.h"
 #include "search/table.h"
-#include "tools/command_line.h"
+#include "tools/common/command_line.h"
 
 #include <algorithm>
 #include <array>

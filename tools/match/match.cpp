@@ -1,9 +1,9 @@
 // tarsimo-match: plays a match between two engines and measures it. `tarsimo-match --help`
 // lists the options; docs/matches.md tells more.
-#include "tools/match.h"
+#include "tools/match/match.h"
 
 #include "control/engine.h"
-#include "tools/command_line.h"
+#include "tools/common/command_line.h"
 
 #include <getopt.h>
 

@@ -1,8 +1,8 @@
 // The opening file. Every line is played out on the board, so that a match cannot stumble over
 // one of them after hours.
-#include "tools/match.h"
+#include "tools/match/match.h"
 
-#include "tools/text_file.h"
+#include "tools/common/text_file.h"
 
 #include <sstream>
 

@@ -1,5 +1,5 @@
 // Records of games, PGN, and what the user reads.
-#include "tools/match.h"
+#include "tools/match/match.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 /// The legal moves of the position, for tools and tests. The generator lists an en-passant capture
 /// once for every own pawn; here it counts once.
-#ifndef TARSIMO_TOOLS_LEGAL_MOVES_H
-#define TARSIMO_TOOLS_LEGAL_MOVES_H
+#ifndef TARSIMO_TOOLS_COMMON_LEGAL_MOVES_H
+#define TARSIMO_TOOLS_COMMON_LEGAL_MOVES_H
 
 #include "board/attacks.h"
 #include "board/generate.h"

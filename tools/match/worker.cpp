@@ -1,5 +1,5 @@
 // A worker process: two engines and one board, from game to game.
-#include "tools/match.h"
+#include "tools/match/match.h"
 
 #include <sys/prctl.h>
 #include <unistd.h>

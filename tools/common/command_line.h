@@ -1,8 +1,8 @@
 /// What the command lines of all tools have in common: help, complaints, numbers, and the check
 /// that what was printed has arrived. Every tool answers --help with its usage on standard output
 /// and status 0; a command line that makes no sense is answered with the usage on standard error.
-#ifndef TARSIMO_TOOLS_COMMAND_LINE_H
-#define TARSIMO_TOOLS_COMMAND_LINE_H
+#ifndef TARSIMO_TOOLS_COMMON_COMMAND_LINE_H
+#define TARSIMO_TOOLS_COMMON_COMMAND_LINE_H
 
 #include <algorithm>
 #include <cerrno>

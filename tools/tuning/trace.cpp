@@ -9,8 +9,8 @@
 #include "eval/setup.h"
 #include "eval/weights.h"
 #include "search/search.h"
-#include "tools/command_line.h"
-#include "tools/text_file.h"
+#include "tools/common/command_line.h"
+#include "tools/common/text_file.h"
 #include "tools/tuning/records.h"
 
 #include <array>

@@ -5,7 +5,7 @@
 // sequential probability ratio test for separate families of hypotheses" (2014). The likeliest
 // distribution with a given mean is that of A. Owen, "Empirical likelihood ratio confidence
 // intervals for a single functional" (1988).
-#include "tools/match.h"
+#include "tools/match/match.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,8 @@
 // The parent: hands out games, collects results, and sees to it that no process is left behind,
 // whatever a worker or an engine does.
-#include "tools/match.h"
+#include "tools/match/match.h"
 
-#include "tools/command_line.h"
+#include "tools/common/command_line.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -7,8 +7,8 @@
 ///   moves FEN, qmoves FEN          lists in order, with their scores
 ///   see FEN from to                exchange value
 ///   eval FEN                       static evaluation with an open window
-#ifndef TARSIMO_TOOLS_TREE_COMMANDS_H
-#define TARSIMO_TOOLS_TREE_COMMANDS_H
+#ifndef TARSIMO_TOOLS_MEASURE_TREE_COMMANDS_H
+#define TARSIMO_TOOLS_MEASURE_TREE_COMMANDS_H
 
 #include "board/attacks.h"
 #include "board/generate.h"
@@ -23,7 +23,7 @@
 #include "search/ordering.h"
 #include "search/search.h"
 #include "search/statistics.h"
-#include "tools/command_line.h"
+#include "tools/common/command_line.h"
 
 #include <algorithm>
 #include <array>

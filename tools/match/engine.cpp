@@ -1,5 +1,5 @@
-// One engine: its process and pipes. What is said through them is in match_protocol.cpp.
-#include "tools/match.h"
+// One engine: its process and pipes. What is said through them is in protocol.cpp.
+#include "tools/match/match.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -6,12 +6,13 @@
 #include "board/make.h"
 #include "board/move_list.h"
 #include "board/position.h"
-#include "tools/match.h"
+#include "tools/match/match.h"
 
 #include "control/fen.h"
 #include "control/fen_check.h"
 #include "control/notation.h"
-#include "tools/legal_moves.h"
+#include "tools/common/fen_writer.h"
+#include "tools/common/legal_moves.h"
 
 #include <algorithm>
 #include <cctype>
@@ -37,47 +38,17 @@ std::string lower_case(std::string text) {
     return text;
 }
 
-std::string castling_letters() {
-    const auto right = [](int king_home, int rook_home, int is_castled) {
-        return is_castled == 0 && square_moves[at(king_home)] == 0 &&
-               square_moves[at(rook_home)] == 0;
-    };
-    std::string letters;
-    if (right(E1, H1, white_castled)) letters += 'K';
-    if (right(E1, A1, white_castled)) letters += 'Q';
-    if (right(E8, H8, black_castled)) letters += 'k';
-    if (right(E8, A8, black_castled)) letters += 'q';
-    return letters.empty() ? "-" : letters;
-}
-
-std::string usable_ep_square(const std::vector<int>& legal) {
+// The square of an en-passant capture that can be made, 0 for none.
+int usable_ep_square(const std::vector<int>& legal) {
     for (const int i : legal) {
-        if (move_at(i).ep_capture != 0) return square_name(ep_square);
+        if (move_at(i).ep_capture != 0) return ep_square;
     }
-    return "-";
+    return 0;
 }
 
 // The first four fields of a FEN: equal texts are the same position by the rules.
 std::string position_text(const std::vector<int>& legal) {
-    std::string text;
-    for (int rank = 8; rank >= 1; --rank) {
-        int empty = 0;
-        for (int file = 1; file <= 8; ++file) {
-            const int sq = 21 + file - 1 + 10 * (rank - 1);
-            if (piece_on(sq) == EMPTY) {
-                ++empty;
-                continue;
-            }
-            if (empty > 0) text += std::to_string(empty);
-            empty = 0;
-            const char letter = FEN_LETTERS[type_on(sq)];
-            text += piece_on(sq) > 0 ? static_cast<char>(std::toupper(letter)) : letter;
-        }
-        if (empty > 0) text += std::to_string(empty);
-        text += rank > 1 ? '/' : ' ';
-    }
-    return text + (side == WHITE ? "w " : "b ") + castling_letters() + " " +
-           usable_ep_square(legal);
+    return tool::position_fields(usable_ep_square(legal));
 }
 
 // Neither side can mate by any moves: at most one minor piece, or bishops on one colour only.
@@ -109,12 +80,6 @@ Ending ending_of(const std::vector<int>& legal, int quiet, bool third_time) {
 
 bool is_irreversible(const Move& move) {
     return move.captured != 0 || move.ep_capture != 0 || type_on(move.from) == PAWN;
-}
-
-std::string coordinates_of(const Move& move) {
-    std::string text = square_name(move.from) + square_name(move.to);
-    if (move.promotion != 0) text += FEN_LETTERS[move.promotion];
-    return text;
 }
 
 // File, rank or both of the piece, as far as another of its kind could make the same move.
@@ -224,7 +189,7 @@ LegalMove find_move(const std::string& text) {
     const std::string wanted_squares = lower_case(wanted);
     const std::vector<int> legal = legal_moves();
     for (const int i : legal) {
-        const std::string coordinates = coordinates_of(move_at(i));
+        const std::string coordinates = coordinate_name(move_at(i));
         const std::string san = bare_san(move_at(i), legal);
         const std::string full = SAN_LETTERS[type_on(move_at(i).from)] + coordinates;
         if (wanted_squares != coordinates && wanted != without_marks(san) && wanted != full)

@@ -1,9 +1,9 @@
 // tarsimo-tree: the figures of single searches, to compare trees between builds.
 #include "control/engine.h"
 #include "control/think.h"
-#include "tools/command_line.h"
-#include "tools/text_file.h"
-#include "tools/tree_commands.h"
+#include "tools/common/command_line.h"
+#include "tools/common/text_file.h"
+#include "tools/measure/tree_commands.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,5 +1,5 @@
 // Time controls and engines as the user writes them.
-#include "tools/match.h"
+#include "tools/match/match.h"
 
 #include <cctype>
 #include <cmath>

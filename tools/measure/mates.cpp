@@ -9,14 +9,17 @@
 #include "control/fen.h"
 #include "control/notation.h"
 #include "control/think.h"
-#include "tools/command_line.h"
-#include "tools/legal_moves.h"
+#include "tools/common/command_line.h"
+#include "tools/common/fen_writer.h"
+#include "tools/common/legal_moves.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -77,12 +80,15 @@ bool black_takes_something() {
 }
 
 std::string fen_of(const std::string& pieces, const std::vector<int>& squares) {
-    std::string rows = "11111111/11111111/11111111/11111111/11111111/11111111/11111111/11111111";
+    constexpr std::string_view letters = FEN_LETTERS;
+    std::array<int, BOARD_SIZE> placed{};
     for (std::size_t i = 0; i < pieces.size(); ++i) {
-        const int sq = squares[i];
-        rows[at((8 - sq / 8) * 9 - 9 + sq % 8)] = pieces[i];
+        const bool white = letters.find(pieces[i]) == std::string_view::npos;
+        const char letter = white ? static_cast<char>(pieces[i] - 'A' + 'a') : pieces[i];
+        const int type = static_cast<int>(letters.find(letter));
+        placed[at(A1 + squares[i] % 8 + 10 * (squares[i] / 8))] = white ? type : -type;
     }
-    return rows + " w - -";
+    return tool::board_field(placed) + " w - -";
 }
 
 // Set up the next random position of the ending that is fit to be played.

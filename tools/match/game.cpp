@@ -1,7 +1,7 @@
 // One game: whose turn it is, what the clocks say, and what an engine's answer is worth.
 #include "board/position.h"
 #include "eval/score.h"
-#include "tools/match.h"
+#include "tools/match/match.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,6 @@
 /// A picture of the whole position, for tests that compare it before and after.
-#ifndef TARSIMO_TOOLS_SNAPSHOT_H
-#define TARSIMO_TOOLS_SNAPSHOT_H
+#ifndef TARSIMO_TESTS_UNIT_SNAPSHOT_H
+#define TARSIMO_TESTS_UNIT_SNAPSHOT_H
 
 #include "board/position.h"
 

@@ -2,21 +2,21 @@
 /// the board is one for a whole process: a worker owns the board of its game and two engines;
 /// the parent hands out game numbers, collects the results and prints.
 ///
-///   match.cpp             options, main
-///   match_settings.cpp    time controls and engines as the user writes them
-///   match_pool.cpp        workers, their records, signals, the end of every process
-///   match_worker.cpp      one worker: its engines, its games, its way out
-///   match_game.cpp        one game: clocks, answers, claims, adjudication
-///   match_engine.cpp      one engine: its process and pipes
-///   match_protocol.cpp    what is said to an engine and what its lines mean
-///   match_board.cpp       the referee's board: set-up, move texts, ends of the game
-///   match_openings.cpp    the opening file
-///   match_report.cpp      game records, PGN, tables
-///   match_statistics.cpp  Elo, intervals, sequential test
+///   match.cpp       options, main
+///   settings.cpp    time controls and engines as the user writes them
+///   pool.cpp        workers, their records, signals, the end of every process
+///   worker.cpp      one worker: its engines, its games, its way out
+///   game.cpp        one game: clocks, answers, claims, adjudication
+///   engine.cpp      one engine: its process and pipes
+///   protocol.cpp    what is said to an engine and what its lines mean
+///   board.cpp       the referee's board: set-up, move texts, ends of the game
+///   openings.cpp    the opening file
+///   report.cpp      game records, PGN, tables
+///   statistics.cpp  Elo, intervals, sequential test
 ///
 /// Colours are WHITE and BLACK of the board; an outcome is the winner's colour, 0 for a draw.
-#ifndef TARSIMO_TOOLS_MATCH_H
-#define TARSIMO_TOOLS_MATCH_H
+#ifndef TARSIMO_TOOLS_MATCH_MATCH_H
+#define TARSIMO_TOOLS_MATCH_MATCH_H
 
 #include "board/board.h"
 

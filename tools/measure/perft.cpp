@@ -4,9 +4,9 @@
 #include "control/fen.h"
 #include "control/fen_check.h"
 #include "control/notation.h"
-#include "tools/command_line.h"
-#include "tools/legal_moves.h"
-#include "tools/text_file.h"
+#include "tools/common/command_line.h"
+#include "tools/common/legal_moves.h"
+#include "tools/common/text_file.h"
 
 #include <unistd.h>
 
@@ -57,9 +57,7 @@ int divide(const std::string& fen, int depth) {
         const Move move = move_at(index);
         const std::uint64_t leaves = perft(depth - 1);
         total += leaves;
-        std::printf("%s%s", square_name(move.from).c_str(), square_name(move.to).c_str());
-        if (move.promotion != 0) std::printf("%c", FEN_LETTERS[move.promotion]);
-        std::printf(" %" PRIu64 "\n", leaves);
+        std::printf("%s %" PRIu64 "\n", coordinate_name(move).c_str(), leaves);
         std::fflush(stdout);
     });
     std::printf("total %" PRIu64 "\n", total);

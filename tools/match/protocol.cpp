@@ -1,7 +1,7 @@
 // What is said to an engine and what its lines mean. Real engines print boards, free text and
 // thinking in many forms, answer a ping twice or answer commands that they do not know as if
 // they were moves: only lines of a clear meaning count.
-#include "tools/match.h"
+#include "tools/match/match.h"
 
 #include <algorithm>
 #include <cctype>
