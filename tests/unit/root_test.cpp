@@ -253,7 +253,7 @@ TEST_F(Root, LinesAndMovesAskedFor) {
     output_of([] { search_root_moves(); });
     EXPECT_EQ(root.lines[0].score, 30);
     EXPECT_EQ(root.lines[1].score, 20);
-    EXPECT_EQ(name_of(move_at(0)) + name_of(move_at(1)), "h2h4e1f1");
+    EXPECT_EQ(coordinate_name(move_at(0)) + coordinate_name(move_at(1)), "h2h4e1f1");
 }
 
 // From the ninth iteration on a score like that of a mate is enough.
