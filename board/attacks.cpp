@@ -42,14 +42,14 @@ constexpr auto line_step = [] {
     std::array<std::array<std::int8_t, SQUARE_LIMIT>, SQUARE_LIMIT> table{};
     for (int from = A1; from <= H8; ++from) {
         if (!on_board(from)) continue;
-        auto& row = table[at(from)];
+        auto& row = table[idx(from)];
         for (const int step : {1, -1, 10, -10, 9, -9, 11, -11}) {
             for (int to = from + step; on_board(to); to += step) {
-                row[at(to)] = static_cast<std::int8_t>(step);
+                row[idx(to)] = static_cast<std::int8_t>(step);
             }
         }
         for (const int leap : {8, -8, 12, -12, 19, -19, 21, -21}) {
-            if (on_board(from + leap)) row[at(from + leap)] = KNIGHT_LEAP;
+            if (on_board(from + leap)) row[idx(from + leap)] = KNIGHT_LEAP;
         }
     }
     return table;
@@ -75,16 +75,16 @@ bool needs_full_test(const Move& move, int king) {
 template <int Us> bool keeps_king_safe(const Move& move, bool was_in_check) {
     const int king = king_square<Us>();
     if (was_in_check || needs_full_test(move, king)) return !attacked<-Us>(king);
-    const int step = line_step[at(king)][at(move.from)];
+    const int step = line_step[idx(king)][idx(move.from)];
     return !is_line(step) || !hit_along<-Us>(king, step);
 }
 
 template <int Us> bool checks(const Move& move) {
     const int king = king_square<-Us>();
     if (needs_full_test(move, king)) return attacked<Us>(king);
-    const int opened = line_step[at(king)][at(move.from)];
+    const int opened = line_step[idx(king)][idx(move.from)];
     if (is_line(opened) && hit_along<Us>(king, opened)) return true;
-    const int step = line_step[at(king)][at(move.to)];
+    const int step = line_step[idx(king)][idx(move.to)];
     if (step == 0) return false;
     const int piece = Us * piece_on(move.to);
     if (step == KNIGHT_LEAP) return piece == KNIGHT;
@@ -99,7 +99,7 @@ void init_square_distance() {
         for (int to = A1; to < SQUARE_LIMIT; ++to) {
             const int files = std::abs(from % 10 - to % 10);
             const int ranks = std::abs(from / 10 - to / 10);
-            square_distance[at(from)][at(to)] =
+            square_distance[idx(from)][idx(to)] =
                 on_board(from) && on_board(to) ? std::max(files, ranks) : OFF_BOARD_DISTANCE;
         }
     }

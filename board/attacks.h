@@ -14,7 +14,7 @@ extern std::array<std::array<int, SQUARE_LIMIT>, SQUARE_LIMIT> square_distance;
 void init_square_distance();
 
 /// King distance between two squares 21..99.
-inline int distance_between(int a, int b) { return square_distance[at(a)][at(b)]; }
+inline int distance_between(int a, int b) { return square_distance[idx(a)][idx(b)]; }
 
 /// True if a piece of colour `by` attacks the playing square `sq`, whatever stands on it.
 /// WHITE selects the white attackers, any other value the black ones.

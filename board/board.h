@@ -11,7 +11,7 @@
 namespace tarsimo {
 
 /// An array index from a non-negative number, as board squares, plies and types are.
-constexpr std::size_t at(int index) { return static_cast<std::size_t>(index); }
+constexpr std::size_t idx(int index) { return static_cast<std::size_t>(index); }
 
 // ---------------------------------------------------------------------------
 // Pieces, colours and squares
@@ -58,7 +58,7 @@ namespace detail {
 
 template <typename Function> constexpr std::array<int, BOARD_SIZE> fill_squares(Function value_of) {
     std::array<int, BOARD_SIZE> table{};
-    for (int sq = 0; sq < BOARD_SIZE; ++sq) table[at(sq)] = value_of(sq);
+    for (int sq = 0; sq < BOARD_SIZE; ++sq) table[idx(sq)] = value_of(sq);
     return table;
 }
 

@@ -23,7 +23,7 @@ struct Census {
             return;
         }
         ++(type == PAWN ? pawns : pieces);
-        material += piece_value[at(type)];
+        material += piece_value[idx(type)];
     }
 };
 
@@ -47,7 +47,7 @@ bool position_is_consistent() {
     Census black;
     for (int sq = 0; sq < BOARD_SIZE; ++sq) {
         const int piece = piece_on(sq);
-        if ((piece == OFFBOARD) != (square_rank[at(sq)] == 0)) return false;
+        if ((piece == OFFBOARD) != (square_rank[idx(sq)] == 0)) return false;
         if (piece == OFFBOARD || piece == EMPTY) continue;
         if (piece < -KING || piece > KING) return false;
         (piece > 0 ? white : black).count(type_on(sq), sq);

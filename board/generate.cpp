@@ -126,7 +126,7 @@ template <int Us> void add_pawn_captures(int from) {
     add_ep_captures<Us>();
 }
 
-bool never_moved(int sq) { return square_moves[at(sq)] == 0; }
+bool never_moved(int sq) { return square_moves[idx(sq)] == 0; }
 
 // King-side, then queen-side. The rook's presence follows from the untouched count of its
 // corner; the king's destination is left to the test after the move.

@@ -55,8 +55,8 @@ std::uint64_t random64() {
         generator.state[LAG - 1] = FIRST_NUMBER;  // the last seed value is never used
         return FIRST_NUMBER;
     }
-    auto& sum = generator.state[at(generator.k)];
-    sum += generator.state[at(generator.j)];
+    auto& sum = generator.state[idx(generator.k)];
+    sum += generator.state[idx(generator.j)];
     generator.j = step_back(generator.j);
     generator.k = step_back(generator.k);
     return sum;

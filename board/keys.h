@@ -18,10 +18,10 @@ void init_keys();
 void compute_hash_key();
 
 /// The key of a piece code on a square.
-inline std::uint64_t piece_key(int piece, int sq) { return zobrist[at(piece + 7)][at(sq)]; }
+inline std::uint64_t piece_key(int piece, int sq) { return zobrist[idx(piece + 7)][idx(sq)]; }
 
 /// The key of an en-passant square.
-inline std::uint64_t ep_key(int sq) { return zobrist[14][at(sq)]; }
+inline std::uint64_t ep_key(int sq) { return zobrist[14][idx(sq)]; }
 
 }  // namespace tarsimo
 

@@ -35,7 +35,7 @@ class CheckedStep {
 #endif
 };
 
-void put(int sq, int piece) { board[at(sq)] = piece; }
+void put(int sq, int piece) { board[idx(sq)] = piece; }
 
 // The rook's corner and its square beside the castled king, from the king's destination.
 struct RookJump {
@@ -55,7 +55,7 @@ template <int Us> void remove_captured(const Move& move) {
         hash_key ^= piece_key(Them * PAWN, move.ep_capture);
         put(move.ep_capture, EMPTY);
     } else if (move.captured != 0) {
-        material<Them>() -= piece_value[at(move.captured)];
+        material<Them>() -= piece_value[idx(move.captured)];
         hash_key ^= piece_key(Them * move.captured, move.to);
         if (move.captured == PAWN) --pawn_count<Them>();
         else --piece_count<Them>();
@@ -66,7 +66,7 @@ template <int Us> void restore_captured(const HistoryEntry& record) {
     constexpr int Them = -Us;
     if (record.captured == 0) return;
     put(record.ep_capture > 0 ? record.ep_capture : record.to, Them * record.captured);
-    material<Them>() += piece_value[at(record.captured)];
+    material<Them>() += piece_value[idx(record.captured)];
     if (record.captured == PAWN) ++pawn_count<Them>();
     else ++piece_count<Them>();
 }
@@ -84,7 +84,7 @@ template <int Us> void make(const Move& move, int piece) {
         ++piece_count<Us>();
         --pawn_count<Us>();
         put(move.to, Us * move.promotion);
-        material<Us>() += piece_value[at(move.promotion)] - piece_value[PAWN];
+        material<Us>() += piece_value[idx(move.promotion)] - piece_value[PAWN];
     } else if (move.castle != 0) {
         const RookJump rook = rook_jump(move.castle, move.to);
         castled<Us>() = 1;
@@ -99,8 +99,8 @@ template <int Us> void make(const Move& move, int piece) {
 
 template <int Us> void unmake(const HistoryEntry& record) {
     restore_captured<Us>(record);
-    --square_moves[at(record.from)];
-    --square_moves[at(record.to)];
+    --square_moves[idx(record.from)];
+    --square_moves[idx(record.to)];
 
     if (record.castle != 0) {
         const RookJump rook = rook_jump(record.castle, record.to);
@@ -112,7 +112,7 @@ template <int Us> void unmake(const HistoryEntry& record) {
         put(record.from, Us * PAWN);
         ++pawn_count<Us>();
         --piece_count<Us>();
-        material<Us>() += piece_value[PAWN] - piece_value[at(record.promotion)];
+        material<Us>() += piece_value[PAWN] - piece_value[idx(record.promotion)];
     } else if (piece_on(record.from) == Us * KING) {
         king_square<Us>() = record.from;
     }
@@ -132,8 +132,8 @@ void make_move(int index) {
     ++search_ply;
     if (ep_square > 0) hash_key ^= ep_key(ep_square);
     ep_square = 0;
-    ++square_moves[at(move.from)];
-    ++square_moves[at(move.to)];
+    ++square_moves[idx(move.from)];
+    ++square_moves[idx(move.to)];
     hash_key ^= piece_key(piece, move.from);
     fifty = piece == PAWN || piece == -PAWN || move.captured != 0 ? 0 : fifty + 1;
 

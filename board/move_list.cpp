@@ -48,10 +48,10 @@ constexpr std::array<int, 4> promotion_order = {QUEEN, ROOK, BISHOP, KNIGHT};
 bool matches(const MoveRef& ref, int from, int to) { return ref.from == from && ref.to == to; }
 
 const MoveRef& killer_of(const std::array<MoveRef, PLY_SLOTS>& killers) {
-    return killers[at(search_ply)];
+    return killers[idx(search_ply)];
 }
 
-int value_of(const std::array<int, 8>& values, int type) { return values[at(type)]; }
+int value_of(const std::array<int, 8>& values, int type) { return values[idx(type)]; }
 
 // The next free slot, filled but for its score, which still holds what an earlier list
 // left there.
@@ -107,7 +107,7 @@ void add_quiet_move(int from, int to) { append(from, to, 0).score = quiet_score(
 void add_capture(int from, int to) {
     const int victim = type_on(to);
     Move& move = append(from, to, victim);
-    const PvEntry& pv = pv_table[0][at(search_ply)];
+    const PvEntry& pv = pv_table[0][idx(search_ply)];
     // QUIRK: the score left in the slot is added, which orders several such moves.
     move.score = pv.from == from && pv.to == to
                      ? wrapping_sum(PV_CAPTURE_SCORE, move.score)
@@ -151,7 +151,7 @@ void add_ep_capture(int from, int to, int ep_capture) {
 }
 
 void update_pv(int index) {
-    const auto ply = at(search_ply);
+    const auto ply = idx(search_ply);
     const Move& move = move_at(index);
     auto& line = pv_table[ply];
     const auto& below = pv_table[ply + 1];

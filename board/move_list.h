@@ -44,10 +44,10 @@ extern int move_count;
 extern std::array<int, PLY_SLOTS> first_move;
 
 /// The move at an index of the move array.
-inline Move& move_at(int index) { return move_stack[at(index)]; }
+inline Move& move_at(int index) { return move_stack[idx(index)]; }
 
 /// Index of the first move of the list of a ply 0..64.
-inline int& list_start(int ply) { return first_move[at(ply)]; }
+inline int& list_start(int ply) { return first_move[idx(ply)]; }
 
 /// True if the list of this ply fits in the move array whatever the position. Never
 /// false in a game of chess; a node that meets false must not generate.
@@ -102,7 +102,7 @@ extern HistoryTable history;
 extern std::array<std::array<PvEntry, PLY_SLOTS>, PLY_SLOTS> pv_table;
 
 /// The history score of a move of the side to move.
-inline int& history_of(int from, int to) { return history[at(side + 1)][at(from)][at(to)]; }
+inline int& history_of(int from, int to) { return history[idx(side + 1)][idx(from)][idx(to)]; }
 
 /// Append a move that neither captures nor promotes. Scores: hash move 1900000, killers
 /// 1860000, 1830000 and 1810000, otherwise the history value.
@@ -129,7 +129,7 @@ void update_pv(int index);
 
 /// Empty the principal variation of this ply.
 inline void clear_pv_line() {
-    const auto ply = at(search_ply);
+    const auto ply = idx(search_ply);
     pv_table[ply][ply].from = 0;
 }
 

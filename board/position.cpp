@@ -38,8 +38,8 @@ constexpr std::array<int, 8> back_rank = {ROOK, KNIGHT, BISHOP, QUEEN, KING, BIS
 
 int initial_piece(int sq) {
     if (!on_board(sq)) return OFFBOARD;
-    const auto file = at(sq % 10 - 1);
-    switch (square_rank[at(sq)]) {
+    const auto file = idx(sq % 10 - 1);
+    switch (square_rank[idx(sq)]) {
         case 1: return back_rank[file];
         case 2: return PAWN;
         case 7: return -PAWN;
@@ -51,7 +51,7 @@ int initial_piece(int sq) {
 }  // namespace
 
 void begin_initial_position() {
-    for (int sq = 0; sq < BOARD_SIZE; ++sq) board[at(sq)] = initial_piece(sq);
+    for (int sq = 0; sq < BOARD_SIZE; ++sq) board[idx(sq)] = initial_piece(sq);
     square_moves.fill(0);
     white_king_sq = E1;
     black_king_sq = E8;
@@ -76,7 +76,7 @@ void count_material() {
         const int piece = piece_on(sq);
         const int type = type_on(sq);
         if (type == EMPTY || type == KING || piece == OFFBOARD) continue;
-        const int value = piece_value[at(type)];
+        const int value = piece_value[idx(type)];
         (piece > 0 ? white_material : black_material) += value;
         if (type == PAWN) {
             ++(piece > 0 ? white_pawns : black_pawns);

@@ -70,7 +70,7 @@ extern std::array<HistoryEntry, HISTORY_SIZE> game_history;
 /// The history record of the move made at a ply number (0 for the first half-move of
 /// the game). The record is intact for plies within HISTORY_SPAN of the longest line
 /// made in this game.
-inline HistoryEntry& history_entry(int ply) { return game_history[at(ply) & (HISTORY_SIZE - 1)]; }
+inline HistoryEntry& history_entry(int ply) { return game_history[idx(ply) & (HISTORY_SIZE - 1)]; }
 
 /// Set the initial position, all but its key: board, counts, castling state, counters.
 /// `side` and `ep_square` are left to finish_initial_position().
@@ -122,7 +122,7 @@ template <int Us> inline std::uint8_t& castled() {
 }
 
 /// The content of a mailbox square 0..119.
-inline int piece_on(int sq) { return board[at(sq)]; }
+inline int piece_on(int sq) { return board[idx(sq)]; }
 
 /// The type 1..6 of the piece on a playing square, 0 when it is empty.
 inline int type_on(int sq) {

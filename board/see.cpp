@@ -35,9 +35,9 @@ struct AttackerList {
     int size = 0;
 
     void add(int kind, int direction, int square) {
-        entries[at(size++)] = {kind, direction, square};
+        entries[idx(size++)] = {kind, direction, square};
     }
-    Attacker& operator[](int index) { return entries[at(index)]; }
+    Attacker& operator[](int index) { return entries[idx(index)]; }
 };
 
 struct Attackers {
@@ -47,7 +47,7 @@ struct Attackers {
     AttackerList& of(int colour) { return colour == WHITE ? white : black; }
 };
 
-int order_value_on(int sq) { return order_value[at(type_on(sq))]; }
+int order_value_on(int sq) { return order_value[idx(type_on(sq))]; }
 
 void add_man(Attackers& attackers, int type, int sq) {
     if (piece_on(sq) == type) attackers.white.add(NO_RAY, 0, sq);
@@ -132,7 +132,7 @@ void add_xray(AttackerList& list, const Attacker& attacker, int colour) {
 int see(int from, int to) {
     // The first capturer is lifted, so that a slider behind it attacks directly.
     const int first_capturer = piece_on(from);
-    board[at(from)] = EMPTY;
+    board[idx(from)] = EMPTY;
 
     Attackers attackers;
     collect_attackers(attackers, to);
@@ -141,7 +141,7 @@ int see(int from, int to) {
     // of the eight rays.
     std::array<int, 96> gain;
     gain[0] = order_value_on(to);
-    int standing = order_value[at(first_capturer < 0 ? -first_capturer : first_capturer)];
+    int standing = order_value[idx(first_capturer < 0 ? -first_capturer : first_capturer)];
     std::size_t depth = 1;
     for (int colour = -side; attackers.of(colour).size > 0; colour = -colour) {
         AttackerList& list = attackers.of(colour);
@@ -155,7 +155,7 @@ int see(int from, int to) {
     }
     while (--depth > 0) gain[depth - 1] = std::min(gain[depth - 1], -gain[depth]);
 
-    board[at(from)] = first_capturer;
+    board[idx(from)] = first_capturer;
     return gain[0];
 }
 

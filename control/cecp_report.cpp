@@ -25,7 +25,7 @@ constexpr int MIN_MOVES_TO_PONDER = 3;  // left to the time control
 void print_thinking_line(int depth, int score) {
     print("%d %6d %d %" PRIu64 "    ", depth, score, std::max(elapsed_ms(), 0) / 10, nodes);
     for (int i = 0; i < MAX_LINE_MOVES; ++i) {
-        const PvEntry& entry = pv_table[0][at(i)];
+        const PvEntry& entry = pv_table[0][idx(i)];
         if (entry.from == 0) break;
         print("%c%s%c%s ", SAN_LETTERS[entry.piece], square_name(entry.from).c_str(),
               entry.captured != 0 ? 'x' : '-', square_name(entry.to).c_str());

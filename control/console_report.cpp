@@ -37,7 +37,7 @@ void print_progress(int index) {
 
 void print_variation() {
     for (int i = 0; i < MAX_LINE_MOVES; ++i) {
-        const PvEntry& entry = pv_table[0][at(i)];
+        const PvEntry& entry = pv_table[0][idx(i)];
         if (entry.from == 0) break;
         print("%s%c%s ", square_name(entry.from).c_str(), entry.captured != 0 ? 'x' : '-',
               square_name(entry.to).c_str());

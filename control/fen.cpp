@@ -22,7 +22,7 @@ constexpr int FEN_MAX_DEPTH = 60;
 constexpr int NEXT_RANK = 18;  // from just past the h-file down to the a-file
 constexpr int SQUARE_NUMBER_LIMIT = 1000;
 
-int& moves_of(int sq) { return square_moves[at(sq)]; }
+int& moves_of(int sq) { return square_moves[idx(sq)]; }
 
 // Reads a text character by character; past its end there are only NULs.
 class Cursor {
@@ -49,13 +49,13 @@ int piece_of(char letter) {
 }
 
 void clear_board() {
-    for (int sq = 0; sq < BOARD_SIZE; ++sq) board[at(sq)] = on_board(sq) ? EMPTY : OFFBOARD;
+    for (int sq = 0; sq < BOARD_SIZE; ++sq) board[idx(sq)] = on_board(sq) ? EMPTY : OFFBOARD;
     square_moves.fill(0);
 }
 
 void place(int piece, int sq) {
     if (!on_board(sq)) return;
-    board[at(sq)] = piece;
+    board[idx(sq)] = piece;
     if (piece == KING) white_king_sq = sq;
     if (piece == -KING) black_king_sq = sq;
 }
@@ -124,7 +124,7 @@ void read_ep_square(Cursor& cursor) {
         else if (c >= '1' && c <= '8') sq = std::min(sq + 10 * (c - '0' + 1), SQUARE_NUMBER_LIMIT);
         else break;
     }
-    const bool kept = on_board(sq) && (square_rank[at(sq)] == 3 || square_rank[at(sq)] == 6);
+    const bool kept = on_board(sq) && (square_rank[idx(sq)] == 3 || square_rank[idx(sq)] == 6);
     ep_square = kept ? sq : 0;
 }
 

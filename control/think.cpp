@@ -90,7 +90,7 @@ void deepen() {
     for (int depth = 1; depth <= std::min(max_depth, MAX_ITERATIONS); ++depth) {
         root.iteration_depth = depth;
         if (depth > 1) {
-            const int changes = root.best_move_changes[at(depth - 1)];
+            const int changes = root.best_move_changes[idx(depth - 1)];
             time_extended =
                 depth >= MIN_EXTENDED_DEPTH && !pondering && changes >= MIN_UNSTABLE_CHANGES;
             if (!pondering && !task.uses_whole_budget && !time_for_iteration()) return;
@@ -135,7 +135,7 @@ bool input_pending() { return stop_test_enabled && must_stop(); }
 void root_move_begun(int index) { voice->root_move_begun(index); }
 
 void root_move_accepted() {
-    const int score = root.lines[at(root.line)].score;
+    const int score = root.lines[idx(root.line)].score;
     if (root.iteration_depth >= voice->min_reported_depth || is_mate(score)) {
         print_thinking(root.iteration_depth, score);
     }

@@ -100,9 +100,9 @@ void set_budget_by_order() {
         GameClock clock{};
         clock.level_moves = static_cast<int>(last_move_of_control());
         clock.control_moves = clock.level_moves;
-        clock.level_increment_ms = order.increment_ms[at(own)].value_or(0);
+        clock.level_increment_ms = order.increment_ms[idx(own)].value_or(0);
         clock.own_time_ms = std::max<std::int64_t>(*own_time() - move_overhead_ms, 0);
-        clock.opponent_time_ms = order.time_ms[at(1 - own)].value_or(0);
+        clock.opponent_time_ms = order.time_ms[idx(1 - own)].value_or(0);
         set_budget_by_clock(clock, game_ply, side == WHITE);
     } else {
         set_budget(UNLIMITED_BUDGET_MS);

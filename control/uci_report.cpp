@@ -96,7 +96,7 @@ void print_info(int line, int depth, int score, const char* bound) {
           line + 1, score_text(score).c_str(), bound);
     print(" nodes %" PRIu64 " nps %" PRIu64 " hashfull %" PRIu64 " time %" PRIu64 " pv", nodes,
           nodes * 1000 / std::max<std::uint64_t>(ms, 1), table_permill(), ms);
-    for (const std::string& name : legal_variation(root.lines[at(line)].variation)) {
+    for (const std::string& name : legal_variation(root.lines[idx(line)].variation)) {
         print(" %s", name.c_str());
     }
     print("\n");
@@ -123,7 +123,7 @@ void print_thinking_line(int depth, int score) { print_info(root.line, depth, sc
 void print_lines(int depth) {
     if (root.task.lines == 1) return;
     for (int line = 0; line < root_lines(); ++line) {
-        print_info(line, depth, root.lines[at(line)].score, "");
+        print_info(line, depth, root.lines[idx(line)].score, "");
     }
 }
 

@@ -14,7 +14,7 @@ namespace tarsimo {
 
 namespace {
 
-int find_move(int from, int to) {
+int find_generated(int from, int to) {
     for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
         if (move_at(i).from == from && move_at(i).to == to) return i;
     }
@@ -49,7 +49,7 @@ bool parse_user_move(std::string& text) {
     const int to = square_of(text[2], text[3]);
 
     generate_moves();
-    int index = find_move(from, to);
+    int index = find_generated(from, to);
     if (index < 0) return false;
     if (move_at(index).promotion != 0 && text.size() > 4) index += promotion_offset(text[4]);
 

@@ -44,7 +44,7 @@ template <int Us> bool has_wrong_bishop() {
     const int file = only_rook_file<Us>();
     if (file == 0) return false;
     const int corner = own_square<Us>(A8 - 1 + file);
-    return eval_side<Us>().bishops[at(colour_of(corner))] == 0 &&
+    return eval_side<Us>().bishops[idx(colour_of(corner))] == 0 &&
            distance_between(king_square<-Us>(), corner) <= 1;
 }
 

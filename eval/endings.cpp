@@ -83,7 +83,7 @@ int corner_value(int strong, int lone_king) {
     for (int sq = A1; sq <= H8; ++sq) {
         if (piece_on(sq) != strong * BISHOP) continue;
         const SquareTable& table = colour_of(sq) == 1 ? dark_corner_table : light_corner_table;
-        return table[at(lone_king)];
+        return table[idx(lone_king)];
     }
     return 0;
 }
@@ -95,7 +95,7 @@ int bare_king_score() {
     const int distance = KING_DISTANCE_WEIGHT * distance_between(white_king_sq, black_king_sq);
     const int score = white_material + black_material == BISHOP_AND_KNIGHT
                           ? WON_BISHOP_AND_KNIGHT - distance - corner_value(strong, lone_king)
-                          : WON_AGAINST_BARE_KING - distance - lone_king_centre[at(lone_king)];
+                          : WON_AGAINST_BARE_KING - distance - lone_king_centre[idx(lone_king)];
     return side == strong ? score : -score;
 }
 

@@ -109,7 +109,7 @@ template <int Us> ScorePair scan_pieces(const SquareTables& tables, int& squares
     ScorePair score = 0;
     for (const int sq : eval_side<Us>().list) {
         const int type = type_on(sq);
-        squares += tables.by_type[at(type)][at(sq)];
+        squares += tables.by_type[idx(type)][idx(sq)];
         if (type != PAWN && type != KING) score += piece_term<Us>(sq, type);
     }
     return score;
@@ -117,7 +117,7 @@ template <int Us> ScorePair scan_pieces(const SquareTables& tables, int& squares
 
 template <int Us> void combine_attacks() {
     auto& attacks = eval_side<Us>().attacks;
-    for (int type = PAWN; type <= KING; ++type) attacks[0] |= attacks[at(type)];
+    for (int type = PAWN; type <= KING; ++type) attacks[0] |= attacks[idx(type)];
 }
 
 // What is known only when both sides' attacks are.
@@ -176,7 +176,7 @@ Totals shelter_totals(const PawnTerms& pawns) {
 }
 
 int king_attack(int count) {
-    return king_attack_table[std::min(at(count), king_attack_table.size() - 1)];
+    return king_attack_table[std::min(idx(count), king_attack_table.size() - 1)];
 }
 
 Totals king_attack_totals(const PawnTerms& pawns) {

@@ -10,14 +10,14 @@
 namespace tarsimo {
 
 /// 1..8 on the board, 0 and 9 on the border columns.
-constexpr int file_of(int sq) { return square_file[at(sq)]; }
+constexpr int file_of(int sq) { return square_file[idx(sq)]; }
 
 /// Files from the edge to the centre: 0 for a and h, 3 for d and e.
 constexpr int wing_of(int sq) { return file_of(sq) <= 4 ? file_of(sq) - 1 : 8 - file_of(sq); }
 
 /// Rank 1..8 of a playing square as the colour Us sees it.
 template <int Us> constexpr int own_rank(int sq) {
-    return Us == WHITE ? square_rank[at(sq)] : 9 - square_rank[at(sq)];
+    return Us == WHITE ? square_rank[idx(sq)] : 9 - square_rank[idx(sq)];
 }
 
 /// Index of a rank within a group of ranks `first` to `last`; pawns that a set-up has put on the
@@ -29,7 +29,7 @@ constexpr int rank_index(int rank, int first, int last) {
 /// The square of white's board that stands for it on the own colour's: the rank mirror for
 /// black.
 template <int Us> constexpr int own_square(int sq) {
-    return Us == WHITE ? sq : mirror_square[at(sq)];
+    return Us == WHITE ? sq : mirror_square[idx(sq)];
 }
 
 /// True where a pawn of the colour Us stands.
@@ -40,7 +40,7 @@ inline constexpr auto square_colour = detail::fill_squares(
     [](int sq) { return on_board(sq) && (sq / 10 + sq % 10) % 2 != 0 ? 1 : 0; });
 
 /// square_colour of a playing square.
-constexpr int colour_of(int sq) { return square_colour[at(sq)]; }
+constexpr int colour_of(int sq) { return square_colour[idx(sq)]; }
 
 }  // namespace tarsimo
 

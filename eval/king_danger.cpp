@@ -28,7 +28,7 @@ struct Checks {
 template <int Us> Checks checking_squares() {
     const EvalSide& them = eval_side<-Us>();
     const SquareSet occupied = occupied_squares();
-    const int king = square_index[at(king_square<Us>())];
+    const int king = square_index[idx(king_square<Us>())];
     Checks checks;
     checks.diagonal = bishop_attacks(king, occupied);
     checks.straight = rook_attacks(king, occupied);
@@ -43,7 +43,7 @@ template <int Us> Checks checking_squares() {
 // `Attacks`, of which the king sees the squares `seen`.
 template <int Us, auto Attacks, int Slider> ScorePair pinned_on_lines(SquareSet seen) {
     const SquareSet own = eval_side<Us>().occupied;
-    const int king = square_index[at(king_square<Us>())];
+    const int king = square_index[idx(king_square<Us>())];
     const SquareSet beyond = Attacks(king, occupied_squares() & ~(seen & own)) & ~seen;
     SquareSet pinners = beyond & eval_side<-Us>().pieces;
     ScorePair score = 0;
@@ -81,7 +81,7 @@ template <int Us> ScorePair king_danger_terms() {
     int units = WEAK_SQUARE_UNITS * weak + ATTACKER_UNITS * them.king_attackers;
     ScorePair score = 0;
     for (int type = KNIGHT; type <= QUEEN; ++type) {
-        if ((checks.from[at(type)] & them.attacks[at(type)] & unguarded) == 0) continue;
+        if ((checks.from[idx(type)] & them.attacks[idx(type)] & unguarded) == 0) continue;
         score += weigh<Us>(KING_SAFE_CHECK + type - KNIGHT);
         units += SAFE_CHECK_UNITS;
     }

@@ -27,12 +27,12 @@ std::array<WonSets, PAWN_SQUARES> won_strong_to_move{};
 std::array<WonSets, PAWN_SQUARES> won_lone_to_move{};
 
 constexpr std::size_t pawn_index(int rank, int file) {
-    return at((rank - 2) * PAWN_FILES + file - 1);
+    return idx((rank - 2) * PAWN_FILES + file - 1);
 }
 
 constexpr std::array<SquareSet, 64> make_neighbours() {
     std::array<SquareSet, 64> table{};
-    for (int square = 0; square < 64; ++square) table[at(square)] = squares_beside(bit(square));
+    for (int square = 0; square < 64; ++square) table[idx(square)] = squares_beside(bit(square));
     return table;
 }
 
@@ -41,7 +41,7 @@ constexpr std::array<SquareSet, 64> neighbours = make_neighbours();
 // Lone king squares from which a pawn just promoted wins: it cannot be taken. Where a queen
 // would stalemate a rook does not.
 SquareSet won_by_promotion(int king, int target) {
-    return (neighbours[at(king)] & bit(target)) != 0 ? ~SquareSet{0} : ~neighbours[at(target)];
+    return (neighbours[idx(king)] & bit(target)) != 0 ? ~SquareSet{0} : ~neighbours[idx(target)];
 }
 
 // Lone king squares from which a pawn move wins, the side with the pawn to move.
@@ -51,9 +51,9 @@ SquareSet won_by_pawn_move(int king, int rank, int file) {
     if (next == king) return 0;
     if (rank + 1 == QUEENING_RANK) return won_by_promotion(king, next) & ~bit(next);
 
-    SquareSet won = won_lone_to_move[pawn_index(rank + 1, file)][at(king)] & ~bit(next);
+    SquareSet won = won_lone_to_move[pawn_index(rank + 1, file)][idx(king)] & ~bit(next);
     if (rank == 2 && next + 8 != king) {
-        won |= won_lone_to_move[pawn_index(4, file)][at(king)] & ~bit(next) & ~bit(next + 8);
+        won |= won_lone_to_move[pawn_index(4, file)][idx(king)] & ~bit(next) & ~bit(next + 8);
     }
     return won;
 }
@@ -71,13 +71,13 @@ void solve(int rank, int file) {
         changed = false;
         for (int king = 0; king < 64; ++king) {
             if (king == pawn) continue;
-            const SquareSet guarded = neighbours[at(king)];
+            const SquareSet guarded = neighbours[idx(king)];
             const SquareSet vacant = ~(guarded | bit(king) | bit(pawn));
 
             // One move wins. The lone king may not stand in check.
             SquareSet won = won_by_pawn_move(king, rank, file);
             for (SquareSet rest = guarded & ~bit(pawn); rest != 0; rest &= rest - 1) {
-                won |= won_lone[at(std::countr_zero(rest))];
+                won |= won_lone[idx(std::countr_zero(rest))];
             }
             won &= vacant & ~pawn_attacks(bit(pawn));
 
@@ -87,9 +87,9 @@ void solve(int rank, int file) {
             const SquareSet stalemate = ~squares_beside(enterable) & ~pawn_attacks(bit(pawn));
             const SquareSet lost = vacant & ~stalemate & ~squares_beside(enterable & ~won);
 
-            changed = changed || won != won_strong[at(king)] || lost != won_lone[at(king)];
-            won_strong[at(king)] = won;
-            won_lone[at(king)] = lost;
+            changed = changed || won != won_strong[idx(king)] || lost != won_lone[idx(king)];
+            won_strong[idx(king)] = won;
+            won_lone[idx(king)] = lost;
         }
     }
 }
@@ -103,7 +103,7 @@ void init_kpk() {
 }
 
 bool is_won_kpk(int strong, int strong_king, int pawn, int lone_king, bool strong_to_move) {
-    const auto seen = [&](int sq) { return strong == WHITE ? sq : mirror_square[at(sq)]; };
+    const auto seen = [&](int sq) { return strong == WHITE ? sq : mirror_square[idx(sq)]; };
     const int rank = own_rank<WHITE>(seen(pawn));
     const int file = file_of(pawn);
     if (rank < 2 || rank >= QUEENING_RANK) return false;
@@ -111,7 +111,7 @@ bool is_won_kpk(int strong, int strong_king, int pawn, int lone_king, bool stron
     const int turn = file > PAWN_FILES ? 7 : 0;  // exchanges the files a and h, b and g ...
     const auto& table = strong_to_move ? won_strong_to_move : won_lone_to_move;
     const SquareSet won =
-        table[pawn_index(rank, std::min(file, 9 - file))][at(set_index(seen(strong_king)) ^ turn)];
+        table[pawn_index(rank, std::min(file, 9 - file))][idx(set_index(seen(strong_king)) ^ turn)];
     return (won & bit(set_index(seen(lone_king)) ^ turn)) != 0;
 }
 

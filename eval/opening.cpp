@@ -70,7 +70,7 @@ template <int Us> int opening_terms() {
 
     const int steps = development_steps<Us>();
     eval_side<Us>().development = steps;
-    return score + development_penalty[at(DEVELOPMENT_STEPS - steps)];
+    return score + development_penalty[idx(DEVELOPMENT_STEPS - steps)];
 }
 
 template int opening_terms<WHITE>();

@@ -14,7 +14,7 @@ template <int Us> int first_behind(int sq) { return first_piece<-10 * Us>(sq); }
 
 // All squares in front of one.
 template <int Us> SquareSet file_ahead(int sq) {
-    const int index = square_index[at(sq)];
+    const int index = square_index[idx(sq)];
     return Us == WHITE ? FILE_A << 8 << index : FILE_A << 7 >> 8 >> (63 - index);
 }
 

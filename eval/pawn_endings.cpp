@@ -106,7 +106,7 @@ template <int Us> int moves_to_queen(int sq, const Guard& guard, bool enemy_firs
 // Of equally fast pawns the one nearer to the a-file counts, for both colours alike.
 bool goes_before(int plies, int pawn, const Run& other) {
     return plies != other.plies ? plies < other.plies
-                                : square_file[at(pawn)] < square_file[at(other.from)];
+                                : square_file[idx(pawn)] < square_file[idx(other.from)];
 }
 
 template <int Us> Run fastest_run() {

@@ -26,9 +26,9 @@ constexpr auto place_value = [] {
     for (int kind = 0; kind < 4; ++kind) {
         for (int sq = A1; sq <= H8; ++sq) {
             if (!on_board(sq)) continue;
-            table[at(kind)][at(sq)] =
-                weights[at(KNIGHT_ON_RANK + 8 * kind + square_rank[at(sq)] - 1)] +
-                weights[at(KNIGHT_ON_FILE + 4 * kind + wing_of(sq))];
+            table[idx(kind)][idx(sq)] =
+                weights[idx(KNIGHT_ON_RANK + 8 * kind + square_rank[idx(sq)] - 1)] +
+                weights[idx(KNIGHT_ON_FILE + 4 * kind + wing_of(sq))];
         }
     }
     return table;
@@ -39,11 +39,11 @@ template <int Us> ScorePair place(int sq, int kind) {
         return weigh<Us>(KNIGHT_ON_RANK + 8 * kind + own_rank<Us>(sq) - 1) +
                weigh<Us>(KNIGHT_ON_FILE + 4 * kind + wing_of(sq));
     }
-    return place_value[at(kind)][at(own_square<Us>(sq))];
+    return place_value[idx(kind)][idx(own_square<Us>(sq))];
 }
 
 SquareSet reached_squares(int sq, int type) {
-    const int index = square_index[at(sq)];
+    const int index = square_index[idx(sq)];
     const SquareSet occupied = occupied_squares();
     switch (type) {
         case KNIGHT: return knight_attacks(index);
@@ -93,7 +93,7 @@ template <int Us> bool is_on_long_diagonal(int sq) {
 
 template <int Us> ScorePair bishop_place(int sq) {
     EvalSide& us = eval_side<Us>();
-    const auto colour = at(colour_of(sq));
+    const auto colour = idx(colour_of(sq));
     ScorePair score = minor_place<Us>(sq, BISHOP, BISHOP_OUTPOST);
     ++us.bishops[colour];
     if (us.bishops[colour] == 1 && us.bishops[1 - colour] != 0) score += weigh<Us>(BISHOP_PAIR);
@@ -141,14 +141,14 @@ template <int Us> ScorePair piece_term(int sq, int type) {
     const int mobility = count_squares(reached & us.safe);
     const int zone_attacks = count_squares(reached & us.king_zone);
     const int kind = type - KNIGHT;
-    us.attacks[at(type)] |= reached;
+    us.attacks[idx(type)] |= reached;
     us.pieces |= set_of(sq);
     us.king_attack_count += zone_attacks;
     us.king_attackers += zone_attacks != 0 ? 1 : 0;
     ScorePair score = place<Us>(sq, kind) + weigh<Us>(ZONE_ATTACK + kind, zone_attacks);
     score += weigh<Us>(PIECE_PAWNS + kind, pawn_count<Us>() - FIVE_PAWNS);
-    ++us.count[at(type)];
-    if (us.count[at(type)] == 2 && (type == KNIGHT || type == ROOK)) {
+    ++us.count[idx(type)];
+    if (us.count[idx(type)] == 2 && (type == KNIGHT || type == ROOK)) {
         score += weigh<Us>(PIECE_PAIR + (type == ROOK ? 1 : 0));
     }
     switch (type) {

@@ -24,7 +24,7 @@ constexpr int NO_BLACK_PAWN = 1;
 SquareSet find_occupied() {
     SquareSet occupied = 0;
     for (int rank = 0; rank < 8; ++rank) {
-        const int* squares = &board[at(A1 + 10 * rank)];
+        const int* squares = &board[idx(A1 + 10 * rank)];
         for (int file = 0; file < 8; ++file) {
             occupied |= SquareSet{squares[file] != EMPTY} << (8 * rank + file);
         }
@@ -34,7 +34,7 @@ SquareSet find_occupied() {
 
 template <int Us> void list_piece(int sq, int type, SquareSet place) {
     EvalSide& us = eval_side<Us>();
-    us.list.squares[at(us.list.size++)] = static_cast<std::uint8_t>(sq);
+    us.list.squares[idx(us.list.size++)] = static_cast<std::uint8_t>(sq);
     us.occupied |= place;
     if (type == PAWN) {
         us.pawns |= place;
@@ -47,8 +47,8 @@ void find_rear_pawns() {
     for (int file = 1; file <= 8; ++file) {
         const SquareSet white = white_eval.pawns & FILE_A << (file - 1);
         const SquareSet black = black_eval.pawns & FILE_A << (file - 1);
-        if (white != 0) white_eval.rear_pawn[at(file)] = std::countr_zero(white) / 8 + 1;
-        if (black != 0) black_eval.rear_pawn[at(file)] = 8 - std::countl_zero(black) / 8;
+        if (white != 0) white_eval.rear_pawn[idx(file)] = std::countr_zero(white) / 8 + 1;
+        if (black != 0) black_eval.rear_pawn[idx(file)] = 8 - std::countl_zero(black) / 8;
     }
 }
 

@@ -80,14 +80,14 @@ inline SquareSet occupied_squares() { return white_eval.occupied | black_eval.oc
 /// Rank, as Us sees it, of the own pawn nearest to the own first rank; 8 when the file
 /// 0..9 has none.
 template <int Us> inline int own_rear_pawn(int file) {
-    const int rank = eval_side<Us>().rear_pawn[at(file)];
+    const int rank = eval_side<Us>().rear_pawn[idx(file)];
     return Us == WHITE ? rank : 9 - rank;
 }
 
 /// Rank, as Us sees it, of the enemy pawn farthest from the own first rank; 1 when the file
 /// 0..9 has none.
 template <int Us> inline int enemy_rear_pawn(int file) {
-    const int rank = eval_side<-Us>().rear_pawn[at(file)];
+    const int rank = eval_side<-Us>().rear_pawn[idx(file)];
     return Us == WHITE ? rank : 9 - rank;
 }
 

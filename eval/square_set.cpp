@@ -18,7 +18,7 @@ template <typename Relation> constexpr SetTable related_squares(Relation related
         for (int to = 0; to < 64; ++to) {
             const int files = to % 8 - from % 8;
             const int ranks = to / 8 - from / 8;
-            if (from != to && related(files, ranks)) table[at(from)] |= bit(to);
+            if (from != to && related(files, ranks)) table[idx(from)] |= bit(to);
         }
     }
     return table;
@@ -45,7 +45,7 @@ constexpr auto rank_reach = [] {
                     if ((occupied >> to & 1U) != 0) break;
                 }
             }
-            table[inner][at(file)] = static_cast<std::uint8_t>(reach);
+            table[inner][idx(file)] = static_cast<std::uint8_t>(reach);
         }
     }
     return table;
@@ -61,21 +61,21 @@ SquareSet along(SquareSet line, int index, SquareSet occupied) {
 
 SquareSet along_rank(int index, SquareSet occupied) {
     const int rank = index & 56;
-    const auto inner = at(static_cast<int>(occupied >> (rank + 1) & 63));
-    return SquareSet{rank_reach[inner][at(index & 7)]} << rank;
+    const auto inner = idx(static_cast<int>(occupied >> (rank + 1) & 63));
+    return SquareSet{rank_reach[inner][idx(index & 7)]} << rank;
 }
 
 }  // namespace
 
-SquareSet knight_attacks(int index) { return knight_steps[at(index)]; }
+SquareSet knight_attacks(int index) { return knight_steps[idx(index)]; }
 
 SquareSet bishop_attacks(int index, SquareSet occupied) {
-    return along(diagonal[at(index)], index, occupied) |
-           along(antidiagonal[at(index)], index, occupied);
+    return along(diagonal[idx(index)], index, occupied) |
+           along(antidiagonal[idx(index)], index, occupied);
 }
 
 SquareSet rook_attacks(int index, SquareSet occupied) {
-    return along(file_line[at(index)], index, occupied) | along_rank(index, occupied);
+    return along(file_line[idx(index)], index, occupied) | along_rank(index, occupied);
 }
 
 }  // namespace tarsimo

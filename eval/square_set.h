@@ -22,7 +22,7 @@ inline constexpr auto square_index =
     detail::fill_squares([](int sq) { return on_board(sq) ? set_index(sq) : 0; });
 
 /// The set of one playing square 21..98.
-inline SquareSet set_of(int sq) { return bit(square_index[at(sq)]); }
+inline SquareSet set_of(int sq) { return bit(square_index[idx(sq)]); }
 
 /// Number of squares in a set, by adding neighbouring counts in parallel (Wilkes, Wheeler and
 /// Gill 1957); compilers know it for the one instruction that some processors have.

@@ -109,17 +109,17 @@ constexpr SquareTable queen_endgame_table = [] {
         -20,  -8,  -4,   0,   0,  -4,  -8, -20,
         -30, -20, -10,  -8,  -8, -10, -20, -30,
     });
-    table[at(A6 - 1)] = -10;
-    table[at(A7 - 1)] = -20;
-    table[at(A8 - 1)] = -30;
+    table[idx(A6 - 1)] = -10;
+    table[idx(A7 - 1)] = -20;
+    table[idx(A8 - 1)] = -30;
     return table;
 }();
 // clang-format on
 
 void add_table(const SquareTable& table, int type, SquareTables& white, SquareTables& black) {
-    white.by_type[at(type)] = table;
+    white.by_type[idx(type)] = table;
     for (int sq = 0; sq < BOARD_SIZE; ++sq) {
-        black.by_type[at(type)][at(sq)] = table[at(mirror_square[at(sq)])];
+        black.by_type[idx(type)][idx(sq)] = table[idx(mirror_square[idx(sq)])];
     }
 }
 

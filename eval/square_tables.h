@@ -13,7 +13,7 @@ using SquareTable = std::array<int, BOARD_SIZE>;
 constexpr SquareTable drawn(const std::array<int, 64>& board_values) {
     SquareTable table{};
     for (int sq = A1; sq <= H8; ++sq) {
-        if (on_board(sq)) table[at(sq)] = board_values[at((9 - sq / 10) * 8 + sq % 10 - 1)];
+        if (on_board(sq)) table[idx(sq)] = board_values[idx((9 - sq / 10) * 8 + sq % 10 - 1)];
     }
     return table;
 }

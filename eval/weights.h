@@ -132,8 +132,8 @@ template <typename Field> inline void record(Field EvalTrace::*field, const Fiel
 
 /// `count` times a weight for the colour Us. Goes into the trace where there is one.
 template <int Us> inline ScorePair weigh(int index, int count = 1) {
-    if constexpr (EVAL_TRACED) eval_trace.counts[Us == WHITE ? 0 : 1][at(index)] += count;
-    return weights[at(index)] * count;
+    if constexpr (EVAL_TRACED) eval_trace.counts[Us == WHITE ? 0 : 1][idx(index)] += count;
+    return weights[idx(index)] * count;
 }
 
 }  // namespace tarsimo

@@ -33,15 +33,16 @@ std::string_view text;
 void check_position() {
     const std::string fen = position_fen();
     std::string why;
-    demand(set_up(fen, why) && position_fen() == fen, "a position is what it was written as");
+    demand(begin_game_at(fen, why) && position_fen() == fen,
+           "a position is what it was written as");
     std::vector<int> legal = legal_moves();
     std::reverse(legal.begin(), legal.end());
     legal.resize(std::min(legal.size(), MAX_CHECKED_MOVES));
     for (const int index : legal) {
         const std::string name = coordinate_name(move_at(index));
-        const LegalMove found = find_move(name);
+        const LegalMove found = recognise_move(name);
         demand(found.list_index >= 0 && found.coordinates == name, "a legal move has its name");
-        demand(find_move(found.san).coordinates == name, "its other name is its own");
+        demand(recognise_move(found.san).coordinates == name, "its other name is its own");
     }
     for (const int outcome : {WHITE, BLACK, 0}) claim_holds(outcome);
 }
@@ -60,9 +61,9 @@ void read_openings_from_file() {
     if (!accepted) return;
     demand(!openings.empty(), "there are openings");
     for (const Opening& opening : openings) {
-        demand(set_up(opening.fen, why), "an opening can be set up again");
+        demand(begin_game_at(opening.fen, why), "an opening can be set up again");
         for (const std::string& name : opening.moves) {
-            const LegalMove move = find_move(name);
+            const LegalMove move = recognise_move(name);
             demand(move.list_index >= 0, "the moves of an opening are legal");
             play(move);
         }
@@ -89,7 +90,7 @@ void read_line_of_text(const std::string& line) {
         demand(!command.name.empty() && !command.words.empty(), "an engine has a name");
     }
     std::string why;
-    if (set_up(line, why)) check_position();
+    if (begin_game_at(line, why)) check_position();
     else demand(!why.empty(), "a refusal has a reason");
 }
 

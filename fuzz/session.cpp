@@ -29,7 +29,7 @@ constexpr std::uint32_t LONGEST_STEP_MS = 1U << 25;
 constexpr int READINGS_A_PACKET = 24;
 
 // A session that is still thinking then, by a budget of weeks, is cut off.
-constexpr int MOST_READINGS = 1000;
+constexpr int MAX_READINGS = 1000;
 
 struct SessionEnd {};
 
@@ -89,7 +89,7 @@ void start_engine() {
 }  // namespace
 
 int clock_ms() {
-    if (++readings > MOST_READINGS) throw SessionEnd{};
+    if (++readings > MAX_READINGS) throw SessionEnd{};
     if (readings % STEPS_BEFORE_DOUBLING == 0) step_ms = std::min(2 * step_ms, LONGEST_STEP_MS);
     if (readings % READINGS_A_PACKET == 0) send_packet();
     now_ms += step_ms;

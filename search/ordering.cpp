@@ -56,17 +56,17 @@ void age_history() {
     if (history_max <= HISTORY_LIMIT) return;
     history_max >>= HISTORY_AGEING_SHIFT;
     for (const int colour : {BLACK, WHITE}) {
-        auto& table = history[at(colour + 1)];
+        auto& table = history[idx(colour + 1)];
         for (int from = A1; from <= H8; ++from) {
-            for (int to = A1; to <= H8; ++to) table[at(from)][at(to)] >>= HISTORY_AGEING_SHIFT;
+            for (int to = A1; to <= H8; ++to) table[idx(from)][idx(to)] >>= HISTORY_AGEING_SHIFT;
         }
     }
 }
 
 void update_killers(const Move& move, int score) {
-    MoveRef& mate_killer = killer1[at(search_ply)];
-    MoveRef& first = killer2[at(search_ply)];
-    MoveRef& second = killer3[at(search_ply)];
+    MoveRef& mate_killer = killer1[idx(search_ply)];
+    MoveRef& first = killer2[idx(search_ply)];
+    MoveRef& second = killer3[idx(search_ply)];
     if (is_mate(score)) {
         mate_killer.from = move.from;
         mate_killer.to = move.to;

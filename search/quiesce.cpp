@@ -28,7 +28,7 @@ bool guarded_by_pawn(int sq) {
 
 // A piece takes a less valuable one, or a pawn, that a pawn guards or that wins the exchange.
 bool is_losing_capture(const Move& move) {
-    if (order_value[at(type_on(move.from))] <= order_value[at(move.captured)]) return false;
+    if (order_value[idx(type_on(move.from))] <= order_value[idx(move.captured)]) return false;
     return guarded_by_pawn(move.to) || see(move.from, move.to) < 0;
 }
 
@@ -58,7 +58,7 @@ int quiesce(int alpha, int beta, int qply) {
     for (int index = pick_move(); index >= 0; index = pick_move()) {
         const Move& move = move_at(index);
         if (move.promotion == 0) {
-            if (delta_pruning && best + DELTA_MARGIN + piece_value[at(move.captured)] <= alpha)
+            if (delta_pruning && best + DELTA_MARGIN + piece_value[idx(move.captured)] <= alpha)
                 continue;
             if (is_losing_capture(move)) continue;
         }

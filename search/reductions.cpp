@@ -55,7 +55,7 @@ constexpr auto make_lmr_table() {
     std::array<std::array<std::int8_t, 64>, 32> table{};
     for (std::size_t row = 0; row < table.size(); ++row) {
         for (const int start : lmr_starts[row]) {
-            for (std::size_t column = at(start); column < 64; ++column) ++table[row][column];
+            for (std::size_t column = idx(start); column < 64; ++column) ++table[row][column];
         }
     }
     return table;
@@ -67,12 +67,12 @@ constexpr auto lmr_table = make_lmr_table();
 }  // namespace
 
 int late_move_reduction(int depth, int move_number) {
-    return lmr_table[at(std::min(depth / 2, MAX_ROW))][at(std::min(move_number, MAX_COLUMN))];
+    return lmr_table[idx(std::min(depth / 2, MAX_ROW))][idx(std::min(move_number, MAX_COLUMN))];
 }
 
 bool is_exempt_pawn_move(int type, int colour, int to) {
     if (type != PAWN) return false;
-    const int rank = square_rank[at(to)];
+    const int rank = square_rank[idx(to)];
     if (rank == (colour == WHITE ? 7 : 2)) return true;
     if (rank != (colour == WHITE ? 6 : 3)) return false;
     const int enemy_pawn = -colour * PAWN;

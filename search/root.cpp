@@ -70,10 +70,10 @@ int reply_depth() { return ONE_PLY * (root.iteration_depth - 1); }
 
 // A root move has proven better than the best of its line: it takes that line's place.
 void accept_root_move(int index, int score) {
-    RootLine& line = root.lines[at(root.line)];
+    RootLine& line = root.lines[idx(root.line)];
     line.score = score;
     if (index != root.line && root.line == 0) {
-        ++root.best_move_changes[at(root.iteration_depth)];
+        ++root.best_move_changes[idx(root.iteration_depth)];
         if (root.iteration_depth > MAX_UNSTABLE_DEPTH) root.best_move_stable = false;
     }
     bring_forward(index, root.line);
@@ -112,7 +112,7 @@ bool mate_in_hand() {
 
 // Search the moves that are left to root.line.
 Iteration search_line() {
-    const int last_score = root.lines[at(root.line)].score;
+    const int last_score = root.lines[idx(root.line)].score;
     int alpha = -INFINITE_SCORE;
     if (last_score != NO_SCORE) alpha = std::max(last_score - ASPIRATION_MARGIN, alpha);
     bool first = true;
@@ -153,8 +153,8 @@ Iteration search_line() {
 // A later line can turn out better than one before it.
 void sort_lines() {
     for (int i = 1; i < root_lines(); ++i) {
-        for (int j = i; j > 0 && root.lines[at(j)].score > root.lines[at(j - 1)].score; --j) {
-            std::swap(root.lines[at(j)], root.lines[at(j - 1)]);
+        for (int j = i; j > 0 && root.lines[idx(j)].score > root.lines[idx(j - 1)].score; --j) {
+            std::swap(root.lines[idx(j)], root.lines[idx(j - 1)]);
             std::swap(move_at(j), move_at(j - 1));
         }
     }
@@ -183,7 +183,7 @@ bool choose_root_move(int from, int to) {
 int root_lines() { return std::min(root.task.lines, root.legal_moves); }
 
 Iteration search_root_moves() {
-    root.best_move_changes[at(root.iteration_depth)] = 0;
+    root.best_move_changes[idx(root.iteration_depth)] = 0;
     for (root.line = 0; root.line < root_lines(); ++root.line) {
         const Iteration end = search_line();
         if (end != Iteration::COMPLETE) return end;

@@ -178,7 +178,8 @@ std::optional<int> probcut(int raised_beta, int depth) {
 // greater value, or discovered by a pawn. The move has been made.
 bool is_forcing_check(const Move& move, int type) {
     if (type == KING) return true;
-    if (move.captured != 0 && order_value[at(move.captured)] >= order_value[at(type)]) return true;
+    if (move.captured != 0 && order_value[idx(move.captured)] >= order_value[idx(type)])
+        return true;
     if (type != PAWN) return false;
     const int mover = -side;
     const int enemy_king = side == WHITE ? white_king_sq : black_king_sq;
@@ -198,7 +199,7 @@ bool check_is_extended(const Move& move, int index, int type) {
 // piece on the board. The move has been made.
 bool is_extended(const Move& move, int type) {
     if (move.castle > 0) return true;
-    const int rank = square_rank[at(move.to)];
+    const int rank = square_rank[idx(move.to)];
     if (type == PAWN && (rank == 7 || rank == 2)) return true;
     return move.captured > PAWN && white_pieces == 0 && black_pieces == 0;
 }
@@ -207,13 +208,13 @@ bool is_extended(const Move& move, int type) {
 // piece is not put back for the question.
 bool loses_exchange(const Move& move) {
     const int piece = piece_on(move.to);
-    board[at(move.from)] = piece;
-    board[at(move.to)] = EMPTY;
+    board[idx(move.from)] = piece;
+    board[idx(move.to)] = EMPTY;
     side = -side;
     const int exchange = see(move.from, move.to);
     side = -side;
-    board[at(move.to)] = piece;
-    board[at(move.from)] = EMPTY;
+    board[idx(move.to)] = piece;
+    board[idx(move.from)] = EMPTY;
     return exchange < 0;
 }
 
@@ -233,7 +234,7 @@ Pruning pruning_of(const Node& node, const Move& move, int type, int n, int dept
     if (!candidate) return Pruning::NONE;
 
     if (node.futile) return Pruning::FUTILE;
-    if (n > lmp_limit[at(depth)] && !node.null_failed && current_move_score < history_max / 10) {
+    if (n > lmp_limit[idx(depth)] && !node.null_failed && current_move_score < history_max / 10) {
         return Pruning::LATE;
     }
     const bool shallow = depth - ONE_PLY <= SEE_PRUNING_MAX_DEPTH;
@@ -340,8 +341,8 @@ int search(int alpha, int beta, int depth, NullMove allow_null, bool node_in_che
     if (!node_in_check) {
         const bool pieces_on_both_sides = both_sides_have_pieces();
         node.eval = static_score(alpha, beta);
-        eval_stack[at(search_ply)] = node.eval;
-        const int eval_two_plies_back = search_ply >= 2 ? eval_stack[at(search_ply - 2)] : 0;
+        eval_stack[idx(search_ply)] = node.eval;
+        const int eval_two_plies_back = search_ply >= 2 ? eval_stack[idx(search_ply - 2)] : 0;
 
         // Razoring: hopelessly low, and the captures do not help.
         if (node.eligible && pieces_on_both_sides && depth <= RAZOR_MAX_DEPTH &&
@@ -391,7 +392,7 @@ int search(int alpha, int beta, int depth, NullMove allow_null, bool node_in_che
             const auto& margin = white_pieces + black_pieces > FUTILITY_FEW_PIECES
                                      ? futility_margin_many
                                      : futility_margin_few;
-            node.futility_value = node.eval + margin[at(depth - 2)];
+            node.futility_value = node.eval + margin[idx(depth - 2)];
             node.futile = node.futility_value < alpha;
         }
     }

@@ -21,9 +21,9 @@ POSITIONS = {
     "62 queens against the king": ("QQQQkQQQ/" + "QQQQQQQQ/" * 6 + "QQQQKQQQ b", MATED),
     "62 queens of both colours": ("qQqQkQqQ/" + "QqQqQqQq/qQqQqQqQ/" * 3 + "QqQqKqQq w", MATED),
     "62 queens, ranks of each colour": ("qqqqkqqq/" + "qqqqqqqq/QQQQQQQQ/" * 3 + "QQQQKQQQ b", MOVES),
-    "9 queens a side": (f"qqqqkqqq/qq6{EMPTY_RANKS}QQ6/QQQQKQQQ w", MOVES),
-    "25 queens a side, open": ("qqqqkqqq/qqqqqqqq/qqqqqqqq/8/8/QQQQQQQQ/QQQQQQQQ/QQQQKQQQ w", MOVES),
-    "16 rooks, bishops and knights a side": (
+    "9 queens per side": (f"qqqqkqqq/qq6{EMPTY_RANKS}QQ6/QQQQKQQQ w", MOVES),
+    "25 queens per side, open": ("qqqqkqqq/qqqqqqqq/qqqqqqqq/8/8/QQQQQQQQ/QQQQQQQQ/QQQQKQQQ w", MOVES),
+    "16 rooks, bishops and knights per side": (
         "rrrrkrrr/bbbbbbbb/nnnnnnnn/8/8/NNNNNNNN/BBBBBBBB/RRRRKRRR b", MOVES),
     "62 knights": ("nnnnknnn/" + "nnnnnnnn/" * 3 + "NNNNNNNN/" * 3 + "NNNNKNNN w", MOVES),
     "62 bishops": ("bbbbkbbb/" + "bbbbbbbb/" * 3 + "BBBBBBBB/" * 3 + "BBBBKBBB b", MOVES),

@@ -78,7 +78,7 @@ TEST_F(Make, LongGameKeepsRecentRecords) {
     std::vector<Snapshot> games;
     for (int ply = 0; ply < length; ++ply) {
         games.push_back(snapshot());
-        play(cycle[at(ply % 4)]);
+        play(cycle[idx(ply % 4)]);
         ASSERT_EQ(is_repetition(), ply >= 3) << ply;
     }
     EXPECT_TRUE(can_take_back(HISTORY_SPAN));
@@ -87,14 +87,14 @@ TEST_F(Make, LongGameKeepsRecentRecords) {
         ASSERT_TRUE(can_take_back(1)) << i;
         unmake_move();
         search_ply = 0;
-        ASSERT_TRUE(snapshot() == games[at(length - i)]) << i;
+        ASSERT_TRUE(snapshot() == games[idx(length - i)]) << i;
     }
     EXPECT_FALSE(can_take_back(1));
     init_engine();
     EXPECT_FALSE(can_take_back(1));
 }
 
-// A command may give the move to the other side between a move and its take-back. The men come
+// A command may give the move to the other side between a move and its take-back. The pieces come
 // back as they were, and the side to move changes as with every take-back.
 TEST_F(Make, TakeBackKnowsWhoMovedAfterAChangeOfSide) {
     struct Case {

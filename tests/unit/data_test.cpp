@@ -33,7 +33,7 @@ std::string position_text() {
     std::string text = tool::board_field(board) + (side == WHITE ? " w " : " b ");
     const auto add_right = [&](int king, int rook, int colour, char right) {
         const bool home = piece_on(king) == colour * KING && piece_on(rook) == colour * ROOK;
-        if (home && square_moves[at(king)] + square_moves[at(rook)] == 0) text += right;
+        if (home && square_moves[idx(king)] + square_moves[idx(rook)] == 0) text += right;
     };
     add_right(E1, H1, WHITE, 'K');
     add_right(E1, A1, WHITE, 'Q');
@@ -71,7 +71,7 @@ std::string make_moves(const Fields& fields) {
 
 std::string print_one_move(const Fields& fields) {
     set_position_fen(fields[0]);
-    const auto print = [index = find_move(fields[1])] { print_move(index); };
+    const auto print = [index = index_of_move(fields[1])] { print_move(index); };
     const std::string console = quoted_output_of(print);
     xboard_mode = true;
     voice = &cecp_voice;

@@ -23,8 +23,8 @@ class BruteForce {
         for (bool changed = true; changed;) {
             changed = false;
             for (int n = 0; n < SIZE; ++n) {
-                if (won_[at(n)] || !is_legal(n) || !wins(n)) continue;
-                won_[at(n)] = changed = true;
+                if (won_[idx(n)] || !is_legal(n) || !wins(n)) continue;
+                won_[idx(n)] = changed = true;
             }
         }
     }
@@ -42,7 +42,7 @@ class BruteForce {
                !(white_to_move(n) && attacks(pawn(n), lone(n)));
     }
 
-    bool won(int n) const { return won_[at(n)]; }
+    bool won(int n) const { return won_[idx(n)]; }
 
   private:
     std::vector<bool> won_ = std::vector<bool>(SIZE);
@@ -124,8 +124,8 @@ TEST_F(Endings, KingAndPawnAgreesWithBruteForce) {
         const int lone = square_of(BruteForce::lone(n));
         ASSERT_EQ(is_won_kpk(WHITE, king, pawn, lone, strong_to_move), solution.won(n))
             << square_name(king) << square_name(pawn) << square_name(lone) << strong_to_move;
-        ASSERT_EQ(is_won_kpk(BLACK, mirror_square[at(king)], mirror_square[at(pawn)],
-                             mirror_square[at(lone)], strong_to_move),
+        ASSERT_EQ(is_won_kpk(BLACK, mirror_square[idx(king)], mirror_square[idx(pawn)],
+                             mirror_square[idx(lone)], strong_to_move),
                   solution.won(n));
     }
     EXPECT_EQ(won, (std::array<int, 2>{2 * 48802, 2 * 62480})) << "the known totals";
@@ -257,15 +257,15 @@ TEST_F(Endings, OnePieceEach) {
 // Colours, and positions of any kind
 // ---------------------------------------------------------------------------
 
-// Put men on squares of an empty board, as seen by white or with the colours exchanged.
-void place(const std::vector<std::pair<int, int>>& men, int to_move, bool exchanged) {
+// Put pieces on squares of an empty board, as seen by white or with the colours exchanged.
+void place(const std::vector<std::pair<int, int>>& pieces, int to_move, bool exchanged) {
     for (int sq = A1; sq <= H8; ++sq) {
-        if (on_board(sq)) board[at(sq)] = EMPTY;
+        if (on_board(sq)) board[idx(sq)] = EMPTY;
     }
-    for (const auto& [piece, square] : men) {
-        const int sq = exchanged ? mirror_square[at(square)] : square;
+    for (const auto& [piece, square] : pieces) {
+        const int sq = exchanged ? mirror_square[idx(square)] : square;
         const int code = exchanged ? -piece : piece;
-        board[at(sq)] = code;
+        board[idx(sq)] = code;
         if (code == KING) white_king_sq = sq;
         if (code == -KING) black_king_sq = sq;
     }
@@ -280,25 +280,25 @@ void place(const std::vector<std::pair<int, int>>& men, int to_move, bool exchan
 TEST_F(Endings, ColourFlippedTwinsAreEqual) {
     std::mt19937 random(64);
     std::array<int, 64> squares{};
-    for (int i = 0; i < 64; ++i) squares[at(i)] = square_of(i);
+    for (int i = 0; i < 64; ++i) squares[idx(i)] = square_of(i);
     int beyond_margin = 0;
     for (int n = 0; n < 20000; ++n) {
         std::shuffle(squares.begin(), squares.end(), random);
-        std::vector<std::pair<int, int>> men = {{KING, squares[0]}, {-KING, squares[1]}};
+        std::vector<std::pair<int, int>> pieces = {{KING, squares[0]}, {-KING, squares[1]}};
         if (n % 4 == 0) {
-            men.push_back({2 + static_cast<int>(random() % 4), squares[2]});
-            men.push_back({-2 - static_cast<int>(random() % 4), squares[3]});
+            pieces.push_back({2 + static_cast<int>(random() % 4), squares[2]});
+            pieces.push_back({-2 - static_cast<int>(random() % 4), squares[3]});
         } else {
             const std::size_t pawns = 1 + random() % (n % 100 == 1 ? 62 : 8);
             for (std::size_t i = 2; i < 2 + pawns; ++i) {
-                men.push_back({random() % 2 == 0 ? PAWN : -PAWN, squares[i]});
+                pieces.push_back({random() % 2 == 0 ? PAWN : -PAWN, squares[i]});
             }
         }
-        place(men, n % 2 == 0 ? WHITE : BLACK, false);
+        place(pieces, n % 2 == 0 ? WHITE : BLACK, false);
         const int score = evaluate(-INF, INF);
         const int balance = side * (white_material - black_material);
         if (n % 4 != 0 && std::abs(score - balance) > 520) ++beyond_margin;
-        place(men, n % 2 == 0 ? WHITE : BLACK, true);
+        place(pieces, n % 2 == 0 ? WHITE : BLACK, true);
         ASSERT_EQ(evaluate(-INF, INF), score) << n;
     }
     EXPECT_LT(beyond_margin, 1000) << "of 15000: the lazy exit would hide such scores";
@@ -312,21 +312,21 @@ TEST_F(Endings, ColourFlippedTwinsAreEqual) {
 int centre_value(int sq) {
     constexpr std::array<std::array<int, 4>, 4> quarter = {
         {{0, 4, 8, 16}, {4, 32, 40, 48}, {8, 40, 56, 64}, {16, 48, 64, 99}}};
-    const int file = square_file[at(sq)];
-    const int rank = square_rank[at(sq)];
+    const int file = square_file[idx(sq)];
+    const int rank = square_rank[idx(sq)];
     if (sq == A7) return 8;
-    return quarter[at(std::min(rank, 9 - rank) - 1)][at(std::min(file, 9 - file) - 1)];
+    return quarter[idx(std::min(rank, 9 - rank) - 1)][idx(std::min(file, 9 - file) - 1)];
 }
 
 // How far from the bishop's corners: by the diagonal. Four squares are exceptions.
 int corner_value(int sq, bool dark) {
     constexpr std::array<int, 8> by_diagonal = {200, 150, 100, 60, 30, 20, 10, 0};
-    const int file = square_file[at(sq)];
-    const int rank = square_rank[at(sq)];
-    if (dark) return by_diagonal[at(std::abs(file + rank - 9))];
+    const int file = square_file[idx(sq)];
+    const int rank = square_rank[idx(sq)];
+    if (dark) return by_diagonal[idx(std::abs(file + rank - 9))];
     if (sq == A4 || sq == B5) return 40;
     if (sq == A5 || sq == B6) return 60;
-    return by_diagonal[at(std::abs(file - rank))];
+    return by_diagonal[idx(std::abs(file - rank))];
 }
 
 // The bare king everywhere, both colours, both sides to move; the others in the middle.
@@ -341,23 +341,23 @@ TEST_F(Endings, BareKing) {
                                      {{{KING, D4}, {BISHOP, D5}, {KNIGHT, E5}}, 990},
                                      {{{KING, D4}, {BISHOP, E5}, {KNIGHT, D5}}, 990}};
     for (int n = 0; n < 64 * 4 * static_cast<int>(cases.size()); ++n) {
-        const Case& c = cases[at(n / 256)];
+        const Case& c = cases[idx(n / 256)];
         const int lone = square_of(n % 64);
-        auto men = c.strong;
-        men.push_back({-KING, lone});
+        auto pieces = c.strong;
+        pieces.push_back({-KING, lone});
         const auto on_lone = [lone](const auto& man) { return man.second == lone; };
-        if (std::count_if(men.begin(), men.end(), on_lone) > 1) continue;
+        if (std::count_if(pieces.begin(), pieces.end(), on_lone) > 1) continue;
         const bool exchanged = n / 64 % 2 == 1;
         const bool strong_to_move = n / 128 % 2 == 1;
-        place(men, strong_to_move ? WHITE : BLACK, exchanged);
+        place(pieces, strong_to_move ? WHITE : BLACK, exchanged);
 
         const int lone_square = exchanged ? white_king_sq : black_king_sq;
-        const int bishop = exchanged ? mirror_square[at(men[1].second)] : men[1].second;
-        const int kings = square_distance[at(white_king_sq)][at(black_king_sq)];
+        const int bishop = exchanged ? mirror_square[idx(pieces[1].second)] : pieces[1].second;
+        const int kings = square_distance[idx(white_king_sq)][idx(black_king_sq)];
         const int score =
             c.won - 12 * kings -
             (c.won == 10000 ? centre_value(lone_square)
-                            : corner_value(lone_square, square_colour[at(bishop)] == 1));
+                            : corner_value(lone_square, square_colour[idx(bishop)] == 1));
         ASSERT_EQ(evaluate(-INF, INF), strong_to_move ? score : -score) << n;
     }
 }

@@ -12,13 +12,13 @@ void flip_colours() {
     const auto moves_before = square_moves;
     for (int sq = A1; sq <= H8; ++sq) {
         if (!on_board(sq)) continue;
-        board[at(sq)] = -before[at(mirror_square[at(sq)])];
-        square_moves[at(sq)] = moves_before[at(mirror_square[at(sq)])];
+        board[idx(sq)] = -before[idx(mirror_square[idx(sq)])];
+        square_moves[idx(sq)] = moves_before[idx(mirror_square[idx(sq)])];
     }
     const int king = white_king_sq;
-    white_king_sq = mirror_square[at(black_king_sq)];
-    black_king_sq = mirror_square[at(king)];
-    if (ep_square != 0) ep_square = mirror_square[at(ep_square)];
+    white_king_sq = mirror_square[idx(black_king_sq)];
+    black_king_sq = mirror_square[idx(king)];
+    if (ep_square != 0) ep_square = mirror_square[idx(ep_square)];
     std::swap(white_castled, black_castled);
     side = -side;
     count_material();
@@ -219,8 +219,8 @@ TEST_F(Evaluation, TablesHaveTheirBorders) {
         const SquareTables& mirrored = endgame ? black_endgame_tables : black_middlegame_tables;
         for (int type = PAWN; type <= KING; ++type) {
             for (int sq = 0; sq < BOARD_SIZE; ++sq) {
-                const int value = tables->by_type[at(type)][at(sq)];
-                EXPECT_EQ(mirrored.by_type[at(type)][at(mirror_square[at(sq)])], value);
+                const int value = tables->by_type[idx(type)][idx(sq)];
+                EXPECT_EQ(mirrored.by_type[idx(type)][idx(mirror_square[idx(sq)])], value);
                 const bool kept = endgame && type == QUEEN && sq % 10 == 0 && sq >= 70 && sq <= 90;
                 if (on_board(sq)) continue;
                 EXPECT_EQ(value, kept ? -10 * (sq / 10 - 6) : 0) << sq;

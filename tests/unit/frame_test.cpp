@@ -76,7 +76,7 @@ TEST_F(Frame, KingAttack) {
     constexpr std::array<int, 12> table = {0, 8, 13, 21, 34, 56, 90, 146, 200, 250, 300, 350};
     std::array<int, table.size()> seen{};
     const auto expected = [&](const EvalSide& us) {
-        const auto count = std::min(at(us.king_attack_count), table.size() - 1);
+        const auto count = std::min(idx(us.king_attack_count), table.size() - 1);
         ++seen[count];
         return table[count];
     };

@@ -72,7 +72,7 @@ TEST_F(Ordering, CaptureScores) {
     // En passant scores as an equal capture whatever killers and hash move say.
     set_up("4k3/8/8/2pP4/8/8/8/4K3 w - c6");
     hash_move = killer1[0] = {D5, C6, 0};
-    EXPECT_EQ(move_at(find_move("d5c6")).score, 1840000);
+    EXPECT_EQ(move_at(index_of_move("d5c6")).score, 1840000);
 }
 
 // A less valuable piece that a pawn, knight, bishop or rook guards comes behind the third killer.
@@ -97,7 +97,7 @@ TEST_F(Ordering, CapturesByExchange) {
              Case{"4k3/8/4p3/3b4/8/2N5/8/4K3 w - -", "c3d5", EQUAL + 16 * 330 - 320},
          }) {
         set_up(fen);
-        EXPECT_EQ(move_at(find_move(move)).score, score) << fen;
+        EXPECT_EQ(move_at(index_of_move(move)).score, score) << fen;
     }
 }
 
@@ -215,7 +215,7 @@ TEST_F(Ordering, ExemptPawnMoves) {
         EXPECT_TRUE(is_exempt_pawn_move(PAWN, BLACK, A2));
         EXPECT_FALSE(is_exempt_pawn_move(KNIGHT, WHITE, A7));
         EXPECT_FALSE(is_exempt_pawn_move(PAWN, WHITE, A5));
-        board[at(pawn)] = -PAWN;
+        board[idx(pawn)] = -PAWN;
         EXPECT_FALSE(is_exempt_pawn_move(PAWN, WHITE, D6));
     }
 }

@@ -451,7 +451,7 @@ TEST_F(Root, PrefaultingTakesATenthOfTheBudget) {
         std::array<int, MAX_ITERATIONS> begun{};
         node_observer = [&begun](const EnteredNode& node) {
             if (node.kind != 'R') return;
-            int& begun_at = begun[at(node.depth / ONE_PLY + 1)];
+            int& begun_at = begun[idx(node.depth / ONE_PLY + 1)];
             if (begun_at == 0) begun_at = now_ms - search_start_ms;
             tick_ms = node.depth == 3 * ONE_PLY ? 1 : 0;
         };

@@ -28,7 +28,7 @@ TEST_F(SearchRules, FutilityMargins) {
         for (int depth = 2; depth <= 10; ++depth) {
             // Beta is one more than alpha, which the margin must miss. The evaluation is lifted
             // towards the material balance, or the lazy exit would answer.
-            const int margin = row.margins[at(depth - 2)];
+            const int margin = row.margins[idx(depth - 2)];
             for (const int missing : {0, 1}) {
                 const auto prepare = [] {
                     let_every_move_fail();
@@ -128,7 +128,7 @@ TEST_F(SearchRules, MovesThatAreNotPruned) {
     for (const int excess : {0, 1}) {
         set_up(equal_capture);
         killer1[0] = {H2, H3, 0};
-        const int capture_score = move_at(find_move("c3d5")).score;
+        const int capture_score = move_at(index_of_move("c3d5")).score;
         const auto depths = depths_by_move(equal_capture, {.depth = 4, .allow_null = false}, [&] {
             killer1[0] = {H2, H3, 0};
             history_max = capture_score + excess;
@@ -153,7 +153,7 @@ TEST_F(SearchRules, LateMovePruning) {
             });
     };
     for (int depth = 2; depth <= 14; ++depth) {
-        EXPECT_EQ(searched(depth), limits[at(depth - 2)]) << depth;
+        EXPECT_EQ(searched(depth), limits[idx(depth - 2)]) << depth;
     }
     EXPECT_EQ(searched(15), all);
     EXPECT_EQ(searched(8, NOTHING, 2), all) << "PV node";
@@ -350,7 +350,7 @@ TEST_F(SearchRules, ReductionTable) {
             EXPECT_GE(step, 0);
             sum += step * number;
         }
-        EXPECT_EQ(sum, row == 0 ? 0 : row < 4 ? 1 : growth[at(row - 4)]) << row;
+        EXPECT_EQ(sum, row == 0 ? 0 : row < 4 ? 1 : growth[idx(row - 4)]) << row;
     }
 }
 

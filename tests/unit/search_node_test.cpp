@@ -340,11 +340,11 @@ TEST_F(SearchRules, ProbCutMargin) {
         set_up(START_FEN);
         begin_at_ply(ply);
         eval_stack.fill(-20);
-        if (ply >= 2) eval_stack[at(ply - 2)] = eval_two_plies_back;
+        if (ply >= 2) eval_stack[idx(ply - 2)] = eval_two_plies_back;
         set_evaluation(eval);
         NodeLog log([ply](const Node& node) { return node.ply == ply + 1; });
         search(-1, 0, 10, NullMove::NO, false);
-        EXPECT_EQ(eval_stack[at(ply)], eval);
+        EXPECT_EQ(eval_stack[idx(ply)], eval);
         return -log.nodes.back().alpha;
     };
     EXPECT_EQ(margin(2, 7, 7), 250);

@@ -41,16 +41,17 @@ Snapshot recounted() {
     Snapshot s = snapshot();
     s.white_material = s.black_material = s.white_pawns = s.black_pawns = 0;
     s.white_pieces = s.black_pieces = s.white_king_sq = s.black_king_sq = 0;
-    s.hash_key = (side == WHITE ? side_key : 0) ^ (ep_square != 0 ? zobrist[14][at(ep_square)] : 0);
+    s.hash_key =
+        (side == WHITE ? side_key : 0) ^ (ep_square != 0 ? zobrist[14][idx(ep_square)] : 0);
     for (int sq = 0; sq < BOARD_SIZE; ++sq) {
-        const int piece = board[at(sq)];
+        const int piece = board[idx(sq)];
         const bool playing = sq > 20 && sq < 99 && sq % 10 != 0 && sq % 10 != 9;
-        if (!playing) s.board[at(sq)] = OFFBOARD;
+        if (!playing) s.board[idx(sq)] = OFFBOARD;
         if (!playing || piece == EMPTY) continue;
         const int type = std::abs(piece);
         const bool white = piece > 0;
-        s.hash_key ^= zobrist[at(piece + 7)][at(sq)];
-        (white ? s.white_material : s.black_material) += values[at(type)];
+        s.hash_key ^= zobrist[idx(piece + 7)][idx(sq)];
+        (white ? s.white_material : s.black_material) += values[idx(type)];
         if (type == PAWN) ++(white ? s.white_pawns : s.black_pawns);
         else if (type == KING) (white ? s.white_king_sq : s.black_king_sq) = sq;
         else ++(white ? s.white_pieces : s.black_pieces);
@@ -63,7 +64,7 @@ void set_up(const std::string& fen) {
     reset_search();
 }
 
-int find_move(const std::string& name) {
+int index_of_move(const std::string& name) {
     generate_moves();
     for (int i = list_start(search_ply); i < list_start(search_ply + 1); ++i) {
         if (coordinate_name(move_at(i)) == name) return i;
@@ -75,7 +76,7 @@ void play(const std::string& names) {
     std::istringstream words(names);
     std::string name;
     while (words >> name) {
-        const int index = find_move(name);
+        const int index = index_of_move(name);
         ASSERT_GE(index, 0) << "no move " << name;
         make_move(index);
         note_game_length();
@@ -91,7 +92,7 @@ int visit_random_positions(int games, int plies, const std::function<void()>& vi
     std::mt19937 random(20230214);
     int positions = 0;
     for (int game = 0; game < games; ++game) {
-        set_position_fen(starts[at(game) % starts.size()]);
+        set_position_fen(starts[idx(game) % starts.size()]);
         for (int ply = 0; ply < plies; ++ply) {
             visit();
             ++positions;
@@ -132,13 +133,13 @@ void set_result(int score, int bound) {
 
 void set_hash_move(const std::string& name) {
     constexpr int USELESS_DEPTH = -100;
-    const Move& move = move_at(find_move(name));
+    const Move& move = move_at(index_of_move(name));
     tt_table[hash_key % tt_size] = {hash_key,      BOUND_LOWER, USELESS_DEPTH, 0,
                                     tt_generation, move.from,   move.to,       0};
 }
 
 void after(const std::string& name, const std::function<void()>& function) {
-    const int index = find_move(name);
+    const int index = index_of_move(name);
     ASSERT_GE(index, 0) << "no move " << name;
     make_move(index);
     function();

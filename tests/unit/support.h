@@ -79,7 +79,7 @@ Snapshot recounted();
 void set_up(const std::string& fen);
 
 /// Generate this ply's list: the index of the first move with a name, or -1.
-int find_move(const std::string& name);
+int index_of_move(const std::string& name);
 
 /// Make moves of the game, named and separated by blanks; `search_ply` returns to 0.
 void play(const std::string& names);

@@ -34,7 +34,7 @@ TEST_F(Terms, AreCountedAsListed) {
         set_up(line.substr(fen, line.find(';', fen) - fen - 1));
         evaluate_traced();
         EXPECT_TRUE(eval_trace.linear) << line;
-        const auto weight = at(group->first + index);
+        const auto weight = idx(group->first + index);
         EXPECT_EQ(eval_trace.counts[0][weight], counts[0]) << line;
         EXPECT_EQ(eval_trace.counts[1][weight], counts[1]) << line;
         const int worth = middlegame_part(weights[weight]) + endgame_part(weights[weight]);

@@ -44,9 +44,9 @@ Planted planted_samples(int size) {
         return static_cast<int>(random() % static_cast<unsigned>(choices));
     };
     for (int i = 0; i < PLANTED_WEIGHTS; ++i) {
-        planted.hidden[at(2 * i)] = pick(101) - 50;
-        planted.hidden[at(2 * i + 1)] = pick(101) - 50;
-        planted.hidden[at(2 * (SHELTER_PAWN + i))] = pick(101) - 50;
+        planted.hidden[idx(2 * i)] = pick(101) - 50;
+        planted.hidden[idx(2 * i + 1)] = pick(101) - 50;
+        planted.hidden[idx(2 * (SHELTER_PAWN + i))] = pick(101) - 50;
     }
     for (int i = 0; i < size; ++i) {
         Sample sample{};
@@ -165,7 +165,7 @@ TEST_F(Tuning, GamesAreLegalAndDependOnTheirSeed) {
         const GameRecord game = play_game(seed, FEW_NODES);
         EXPECT_EQ(format_game(game), in_used_tables[seed]);
         starts.insert(game.start);
-        ++results[at(static_cast<int>(2 * game.result))];
+        ++results[idx(static_cast<int>(2 * game.result))];
 
         set_up(game.start);
         for (const PlayedMove& move : game.moves) {
@@ -308,7 +308,7 @@ TEST_F(Tuning, ListIsRewrittenInPlace) {
 
     // A group that no longer fits its line is written in rows, and back.
     Values wide = built_in_values();
-    for (int i = 2 * PAWN_ISOLATED; i < 2 * PAWN_BACKWARD; ++i) wide[at(i)] = -1234567890;
+    for (int i = 2 * PAWN_ISOLATED; i < 2 * PAWN_BACKWARD; ++i) wide[idx(i)] = -1234567890;
     const std::string rows = rewrite_list(list, wide);
     EXPECT_NE(rows.find("\"opposed, unopposed\",\n    S(-1234567890, "), std::string::npos);
     EXPECT_EQ(rewrite_list(rows, built_in_values()), list);

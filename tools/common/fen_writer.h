@@ -16,7 +16,7 @@ inline std::string board_field(const std::array<int, BOARD_SIZE>& pieces) {
     std::string text;
     for (int rank = A8; rank >= A1; rank -= 10) {
         for (int sq = rank; sq < rank + 8; ++sq) {
-            const int piece = pieces[at(sq)];
+            const int piece = pieces[idx(sq)];
             const char letter = FEN_LETTERS[std::abs(piece)];
             if (piece != EMPTY) text += piece > 0 ? static_cast<char>(letter - 'a' + 'A') : letter;
             else if (sq > rank && text.back() >= '1' && text.back() <= '8') ++text.back();
@@ -31,8 +31,8 @@ inline std::string board_field(const std::array<int, BOARD_SIZE>& pieces) {
 template <int Us> bool has_castling_right(int rook_home) {
     constexpr int king_home = Us == WHITE ? E1 : E8;
     return castled<Us>() == 0 && piece_on(king_home) == Us * KING &&
-           piece_on(rook_home) == Us * ROOK && square_moves[at(king_home)] == 0 &&
-           square_moves[at(rook_home)] == 0;
+           piece_on(rook_home) == Us * ROOK && square_moves[idx(king_home)] == 0 &&
+           square_moves[idx(rook_home)] == 0;
 }
 
 /// The castling field of the position.

@@ -23,11 +23,11 @@ namespace tarsimo::match {
 
 namespace {
 
-constexpr int FIFTY_MOVES = 100;  // half-moves
+constexpr int MAX_QUIET_HALF_MOVES = 100;
 constexpr int LARGEST_COUNTER = 1000;
 
-// The game's own state, set by set_up() and play(). What it says of the present position holds
-// for search_ply 0.
+// The game's own state, set by begin_game_at() and play(). What it says of the present position
+// holds for search_ply 0.
 std::vector<std::string> positions;  // since the last capture or pawn move, the present one last
 int quiet_plies = 0;                 // since the last capture or pawn move
 int full_moves = 1;
@@ -61,7 +61,7 @@ bool is_bare_material() {
             case ROOK:
             case QUEEN: return false;
             case KNIGHT: ++knights; break;
-            case BISHOP: ++bishops[at((sq / 10 + sq) % 2)]; break;
+            case BISHOP: ++bishops[idx((sq / 10 + sq) % 2)]; break;
             default: break;
         }
     }
@@ -74,7 +74,7 @@ Ending ending_of(const std::vector<int>& legal, int quiet, bool third_time) {
     if (legal.empty()) return {true, 0, "stalemate"};
     if (is_bare_material()) return {true, 0, "insufficient material"};
     if (third_time) return {true, 0, "threefold repetition"};
-    if (quiet >= FIFTY_MOVES) return {true, 0, "fifty-move rule"};
+    if (quiet >= MAX_QUIET_HALF_MOVES) return {true, 0, "fifty-move rule"};
     return {false, 0, ""};
 }
 
@@ -92,8 +92,8 @@ std::string distinction(const Move& move, const std::vector<int>& legal) {
         if (other.to != move.to || other.from == move.from) continue;
         if (type_on(other.from) != type_on(move.from)) continue;
         twin = true;
-        same_file |= square_file[at(other.from)] == square_file[at(move.from)];
-        same_rank |= square_rank[at(other.from)] == square_rank[at(move.from)];
+        same_file |= square_file[idx(other.from)] == square_file[idx(move.from)];
+        same_rank |= square_rank[idx(other.from)] == square_rank[idx(move.from)];
     }
     const std::string name = square_name(move.from);
     if (!twin) return "";
@@ -157,7 +157,7 @@ int read_counter(std::istringstream& fields, int absent) {
 
 }  // namespace
 
-bool set_up(const std::string& fen, std::string& why) {
+bool begin_game_at(const std::string& fen, std::string& why) {
     std::istringstream fields(fen);
     std::string placement, mover, castling, ep;
     fields >> placement >> mover >> castling >> ep;
@@ -184,7 +184,7 @@ std::string position_fen() {
 
 int move_number() { return full_moves; }
 
-LegalMove find_move(const std::string& text) {
+LegalMove recognise_move(const std::string& text) {
     const std::string wanted = without_marks(text);
     const std::string wanted_squares = lower_case(wanted);
     const std::vector<int> legal = legal_moves();

@@ -197,7 +197,7 @@ GameEnd play_out(Game& game) {
                 return end_with(game, answer.outcome, "claim: " + answer.text);
         }
 
-        last = find_move(answer.text);
+        last = recognise_move(answer.text);
         if (last.list_index < 0) {
             return lose_by(game, mover, Fault::ILLEGAL_MOVE, "illegal move: " + answer.text);
         }
@@ -223,9 +223,9 @@ GameEnd play_game(std::array<Engine*, 2> engines, const Opening& opening, const 
     const GameEnd end = prepare(game, opening, ready);
 
     std::string why;
-    set_up(opening.fen, why);
+    begin_game_at(opening.fen, why);
     for (const std::string& text : opening.moves) {
-        const LegalMove move = find_move(text);
+        const LegalMove move = recognise_move(text);
         record_move(record, move, "");
         ++game.players[index_of(side)].moves;
         play(move);

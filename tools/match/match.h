@@ -53,7 +53,7 @@ struct TimeControl {
     std::string text;      ///< as it was given
 };
 
-/// Read "5+0.05", "40/60", "40/60+1" (seconds), "st=1" (seconds a move) or "sd=6" (plies).
+/// Read "5+0.05", "40/60", "40/60+1" (seconds), "st=1" (seconds per move) or "sd=6" (plies).
 /// Returns false when the text is none of these.
 bool parse_time_control(const std::string& text, TimeControl& control);
 
@@ -113,7 +113,7 @@ inline constexpr char INITIAL_FEN[] = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKB
 /// Set up a position and forget the game before it. The counters may be missing, operations of
 /// EPD may follow. Returns false and says why for a text that is no legal position; the board
 /// is then undefined.
-bool set_up(const std::string& fen, std::string& why);
+bool begin_game_at(const std::string& fen, std::string& why);
 
 /// The position as six fields; an en-passant square only if it can be used.
 std::string position_fen();
@@ -130,9 +130,9 @@ struct LegalMove {
 
 /// The legal move that a text names: coordinates or SAN, loosely written. list_index is -1 when
 /// there is none.
-LegalMove find_move(const std::string& text);
+LegalMove recognise_move(const std::string& text);
 
-/// Make a move that find_move() has just returned.
+/// Make a move that recognise_move() has just returned.
 void play(const LegalMove& move);
 
 struct Ending {

@@ -21,9 +21,9 @@ bool is_position(const std::string& line) {
 bool read_moves(const std::string& line, Opening& opening, std::string& why) {
     std::istringstream words(line);
     std::string word;
-    set_up(INITIAL_FEN, why);
+    begin_game_at(INITIAL_FEN, why);
     while (words >> word) {
-        const LegalMove move = find_move(word);
+        const LegalMove move = recognise_move(word);
         if (move.list_index < 0) {
             why = "not a legal move: " + tool::printable(word);
             return false;
@@ -37,7 +37,7 @@ bool read_moves(const std::string& line, Opening& opening, std::string& why) {
 
 bool read_opening(const std::string& line, Opening& opening, std::string& why) {
     if (is_position(line)) {
-        if (!set_up(line, why)) return false;
+        if (!begin_game_at(line, why)) return false;
         opening.fen = position_fen();
     } else if (!read_moves(line, opening, why)) {
         return false;

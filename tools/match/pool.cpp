@@ -209,7 +209,7 @@ void replace(Pool& pool, std::size_t index) {
     end_worker(worker);
     if (worker.game < 0 || pool.stopping) return;
 
-    const bool again = ++pool.attempts[at(worker.game)] < MAX_ATTEMPTS;
+    const bool again = ++pool.attempts[idx(worker.game)] < MAX_ATTEMPTS;
     std::fprintf(stderr, "tarsimo-match: the worker of game %d has died; the game is %s\n",
                  worker.game + 1, again ? "played again" : "abandoned");
     if (again) pool.games.push_front(worker.game);
@@ -298,8 +298,8 @@ int run_match(const Settings& settings) {
     // Orphans of workers and engines become children of this process, which then can end them.
     prctl(PR_SET_CHILD_SUBREAPER, 1);
 
-    pool.standing.points.assign(at(settings.games), -1);
-    pool.attempts.assign(at(settings.games), 0);
+    pool.standing.points.assign(idx(settings.games), -1);
+    pool.attempts.assign(idx(settings.games), 0);
     for (int game = 0; game < settings.games; ++game) pool.games.push_back(game);
     pool.began = now();
     for (int number = 0; number < std::min(settings.jobs, settings.games); ++number) {

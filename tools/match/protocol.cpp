@@ -228,10 +228,10 @@ Fault Engine::begin_game(const TimeControl& control, const Opening& opening, std
     pending_ = {};
     told_.clear();
     send("force\nnew\npost\neasy\nforce");
-    set_up(INITIAL_FEN, why);
+    begin_game_at(INITIAL_FEN, why);
     if (opening.fen != INITIAL_FEN) send("setboard " + opening.fen);
     for (const std::string& text : opening.moves) {
-        const LegalMove move = find_move(text);
+        const LegalMove move = recognise_move(text);
         send(move_line(move));
         play(move);
     }

@@ -152,7 +152,7 @@ bool parse_record(const std::string& line, GameRecord& record) {
         SideRecord& to = record.sides[i];
         int fault = 0;
         numbers >> fault >> to.moves >> to.thinking >> to.least_left >> to.depths >> to.depth_sum;
-        if (!numbers || fault < 0 || at(fault) >= FAULT_KINDS) return false;
+        if (!numbers || fault < 0 || idx(fault) >= FAULT_KINDS) return false;
         to.fault = static_cast<Fault>(fault);
     }
     return true;
@@ -161,15 +161,15 @@ bool parse_record(const std::string& line, GameRecord& record) {
 void add_game(Standing& standing, const GameRecord& record) {
     const std::size_t white = white_engine(record.number);
     const int points = 1 + (white == 0 ? record.outcome : -record.outcome);
-    const auto number = at(record.number);
+    const auto number = idx(record.number);
     standing.points[number] = points;
-    ++standing.results[at(points)];
+    ++standing.results[idx(points)];
     ++standing.played;
     standing.plies += record.plies;
 
     const auto partner = number ^ 1U;
     if (partner < standing.points.size() && standing.points[partner] >= 0) {
-        ++standing.pairs[at(points + standing.points[partner])];
+        ++standing.pairs[idx(points + standing.points[partner])];
     }
     for (std::size_t engine = 0; engine < standing.engines.size(); ++engine) {
         const SideRecord& from = record.sides[engine == white ? 0 : 1];
@@ -297,7 +297,8 @@ void print_summary(const Settings& settings, const Standing& standing, Micros el
         for (std::size_t i = 0; i < reasons.size(); ++i) {
             std::printf("%s %s %d", i > 0 ? "," : "", reasons[i].first.c_str(), reasons[i].second);
         }
-        std::printf("; %.0f plies a game\n", static_cast<double>(standing.plies) / standing.played);
+        std::printf("; %.0f plies per game\n",
+                    static_cast<double>(standing.plies) / standing.played);
     }
     if (standing.abandoned > 0) std::printf("games abandoned: %d\n", standing.abandoned);
     std::printf("games: %s\n", settings.pgn_path.c_str());

@@ -28,21 +28,21 @@ or one without a legal move, is answered "!" and the reason. A pawn that
 reaches the last rank without naming a piece becomes a queen.
 )";
 
-match::LegalMove find_move(const std::string& word) {
-    const match::LegalMove move = match::find_move(word);
-    return move.list_index >= 0 ? move : match::find_move(word + "q");
+match::LegalMove recognise_shortened(const std::string& word) {
+    const match::LegalMove move = match::recognise_move(word);
+    return move.list_index >= 0 ? move : match::recognise_move(word + "q");
 }
 
 std::string answer(const std::string& line) {
     const std::size_t tab = std::min(line.find('\t'), line.size());
     std::string why;
-    if (!match::set_up(line.substr(0, tab), why)) return "! " + why;
+    if (!match::begin_game_at(line.substr(0, tab), why)) return "! " + why;
     if (legal_moves().empty()) return "! the side to move has no move";
 
     std::istringstream words(line.substr(std::min(tab + 1, line.size())));
     std::string text;
     for (std::string word; words >> word;) {
-        const match::LegalMove move = find_move(word);
+        const match::LegalMove move = recognise_shortened(word);
         if (!text.empty()) text += ' ';
         if (move.list_index < 0) return text + "?";
         text += move.coordinates + ":" + move.san;

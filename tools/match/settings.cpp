@@ -10,7 +10,7 @@ namespace tarsimo::match {
 namespace {
 
 constexpr double LONGEST_SECONDS = 100000;
-constexpr int MOST_MOVES = 1000;
+constexpr int MAX_MOVES = 1000;
 constexpr int DEEPEST = 60;
 
 // Reads a number of seconds and moves `text` behind it.
@@ -75,7 +75,7 @@ bool parse_time_control(const std::string& text, TimeControl& control) {
         return read_seconds(rest, control.per_move) && control.per_move > 0 && *rest == '\0';
     }
     if (text.find('/') != std::string::npos) {
-        if (!read_count(rest, MOST_MOVES, control.moves) || *rest++ != '/') return false;
+        if (!read_count(rest, MAX_MOVES, control.moves) || *rest++ != '/') return false;
     }
     if (!read_seconds(rest, control.base) || control.base == 0) return false;
     if (*rest == '+' && !read_seconds(++rest, control.increment)) return false;

@@ -51,7 +51,7 @@ template <typename Test> void end_engines(Worker& worker, Test leaves) {
 bool serve(Worker& worker, int number) {
     const Settings& settings = worker.settings;
     const std::size_t white = white_engine(number);
-    const std::size_t opening = at(number / 2) % settings.openings.size();
+    const std::size_t opening = idx(number / 2) % settings.openings.size();
     GameRecord record;
     record.number = number;
     const GameEnd end = play_game({worker.engines[white].get(), worker.engines[1 - white].get()},

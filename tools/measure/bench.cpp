@@ -110,7 +110,9 @@ int main(int argc, char** argv) {
     init_engine();
     stop_test_enabled = false;
     Bench bench(deepest);
-    for (int i = 0; i < SUITE_SIZE; ++i) { bench.run({suite_position(i).fen, suite_plies[at(i)]}); }
+    for (int i = 0; i < SUITE_SIZE; ++i) {
+        bench.run({suite_position(i).fen, suite_plies[idx(i)]});
+    }
     for (const BenchPosition& position : more_positions) bench.run(position);
     bench.print_result();
     return tool::finish_output(EXIT_SUCCESS);

@@ -26,7 +26,7 @@ namespace {
 
 using namespace tarsimo;
 
-constexpr int FIFTY_MOVES = 50;
+constexpr int MAX_MOVES_TO_MATE = 50;
 constexpr int MAX_GAMES = 100000;
 constexpr int NO_OVERTIME = 1;  // moves to the time control: few enough for strict time
 constexpr unsigned SEED = 1912;
@@ -86,7 +86,7 @@ std::string fen_of(const std::string& pieces, const std::vector<int>& squares) {
         const bool white = letters.find(pieces[i]) == std::string_view::npos;
         const char letter = white ? static_cast<char>(pieces[i] - 'A' + 'a') : pieces[i];
         const int type = static_cast<int>(letters.find(letter));
-        placed[at(A1 + squares[i] % 8 + 10 * (squares[i] / 8))] = white ? type : -type;
+        placed[idx(A1 + squares[i] % 8 + 10 * (squares[i] / 8))] = white ? type : -type;
     }
     return tool::board_field(placed) + " w - -";
 }
@@ -139,7 +139,7 @@ Game play_out(int milliseconds) {
     const int pieces = white_pieces;
     time_budget_ms = milliseconds;
     moves_left = NO_OVERTIME;
-    while (game.moves < FIFTY_MOVES) {
+    while (game.moves < MAX_MOVES_TO_MATE) {
         ++game.moves;
         // NOLINTNEXTLINE(misc-redundant-expression): a move of either side
         if (!play_move(game) || !play_move(game)) return game;
@@ -173,7 +173,7 @@ int play_games(const Ending& ending, int count, int milliseconds) {
         }
         std::printf("%s %d: %s, %d moves, from", ending.name, n, game.result, game.moves);
         for (int sq = A1; sq <= H8; ++sq) {
-            const int piece = start[at(sq)];
+            const int piece = start[idx(sq)];
             if (piece == EMPTY || piece == OFFBOARD) continue;
             const char letter = SAN_LETTERS[std::abs(piece)];
             std::printf(" %s%c%s", piece > 0 ? "" : "*", letter, square_name(sq).c_str());

@@ -52,7 +52,7 @@ inline std::string trimmed(const std::string& text) {
 }
 
 /// The position of a FEN text with everything else as in a fresh program.
-inline void set_up(const std::string& fen) {
+inline void set_up_fresh(const std::string& fen) {
     set_position_fen(trimmed(fen));
     reset_search();
     reset_tree_digest();
@@ -91,7 +91,7 @@ inline std::string search_figures(int score) {
     return text;
 }
 
-/// The root's list, a line a move.
+/// The root's list, a line per move.
 inline std::string list_figures() {
     std::string text;
     for (int i = 0; i < move_count; ++i) {
@@ -130,7 +130,7 @@ inline bool execute(const std::string& line, std::string& figures) {
     };
     const auto set_up_checked = [&](const std::string& text) {
         const std::string fen = checked_fen(text, figures);
-        if (!fen.empty()) set_up(fen);
+        if (!fen.empty()) set_up_fresh(fen);
         return !fen.empty();
     };
     const auto depth = [&](std::size_t i, int& number) {

@@ -15,8 +15,8 @@ void append_terms(Samples& samples, Sample& sample, WeightKind kind) {
     for (const WeightGroup& group : weight_groups) {
         if (group.kind != kind) continue;
         for (int i = group.first; i < group.first + group.size; ++i) {
-            const int white = eval_trace.counts[0][at(i)];
-            const int black = eval_trace.counts[1][at(i)];
+            const int white = eval_trace.counts[0][idx(i)];
+            const int black = eval_trace.counts[1][idx(i)];
             const bool cancels = kind == WeightKind::TAPERED && white == black;
             if (cancels || (white == 0 && black == 0)) continue;
             samples.terms.push_back({static_cast<std::uint16_t>(i), static_cast<std::int8_t>(white),

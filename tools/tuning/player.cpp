@@ -36,7 +36,7 @@ constexpr std::uint64_t PROBE_NODES = 2000;  // for the verdict on a start
 constexpr int WON_SCORE = 600;  // centipawns, for WON_PLIES in a row
 constexpr int WON_PLIES = 6;
 constexpr int LONGEST_GAME = 400;  // plies; a draw then
-constexpr int FIFTY_MOVES = 100;
+constexpr int MAX_QUIET_HALF_MOVES = 100;
 constexpr int DEEPEST_PLIES = 30;
 
 // Late root moves are reduced as those of other nodes.
@@ -116,7 +116,7 @@ bool set_up_opening(Random& random) {
     for (int ply = 0; ply < plies; ++ply) {
         const std::vector<int> legal = legal_moves();
         if (legal.empty()) return false;
-        play_root_move(legal[at(pick(random, static_cast<int>(legal.size())))]);
+        play_root_move(legal[idx(pick(random, static_cast<int>(legal.size())))]);
     }
     return true;
 }
@@ -133,17 +133,17 @@ Army random_army(Random& random) {
     Army army;
     const int pieces = pick(random, 5);
     for (int i = 0; i < pieces; ++i) {
-        std::swap(kinds[at(i)], kinds[at(i + pick(random, 7 - i))]);
-        army.pieces.push_back(kinds[at(i)]);
+        std::swap(kinds[idx(i)], kinds[idx(i + pick(random, 7 - i))]);
+        army.pieces.push_back(kinds[idx(i)]);
     }
     army.pawns = pick(random, 8);
     army.value = army.pawns * piece_value[PAWN];
-    for (const int type : army.pieces) army.value += piece_value[at(type)];
+    for (const int type : army.pieces) army.value += piece_value[idx(type)];
     return army;
 }
 
 void place(int piece, int sq) {
-    board[at(sq)] = piece;
+    board[idx(sq)] = piece;
     if (piece == KING) white_king_sq = sq;
     if (piece == -KING) black_king_sq = sq;
 }
@@ -186,11 +186,11 @@ bool set_up_ending(Random& random) {
 
     begin_initial_position();
     for (int sq = A1; sq <= H8; ++sq) {
-        if (on_board(sq)) board[at(sq)] = EMPTY;
+        if (on_board(sq)) board[idx(sq)] = EMPTY;
     }
     place_army(random, white, WHITE);
     place_army(random, black, BLACK);
-    for (const int sq : {A1, E1, H1, A8, E8, H8}) square_moves[at(sq)] = 1;
+    for (const int sq : {A1, E1, H1, A8, E8, H8}) square_moves[idx(sq)] = 1;
     white_castled = black_castled = 1;
     finish_initial_position();
     side = pick(random, 2) == 0 ? WHITE : BLACK;
@@ -231,7 +231,7 @@ bool is_third_occurrence() {
 }
 
 bool is_draw_by_rule() {
-    return fifty >= FIFTY_MOVES || game_ply >= LONGEST_GAME || is_dead_draw() ||
+    return fifty >= MAX_QUIET_HALF_MOVES || game_ply >= LONGEST_GAME || is_dead_draw() ||
            is_third_occurrence();
 }
 

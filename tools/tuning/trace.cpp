@@ -56,10 +56,10 @@ double print_group(const WeightGroup& group) {
     std::array<double, 2> endgame{};
     for (std::size_t colour = 0; colour < 2; ++colour) {
         for (int i = group.first; i < group.first + group.size; ++i) {
-            const int count = eval_trace.counts[colour][at(i)];
+            const int count = eval_trace.counts[colour][idx(i)];
             counted = counted || count != 0;
-            middlegame[colour] += count * middlegame_part(weights[at(i)]);
-            endgame[colour] += count * endgame_part(weights[at(i)]);
+            middlegame[colour] += count * middlegame_part(weights[idx(i)]);
+            endgame[colour] += count * endgame_part(weights[idx(i)]);
         }
     }
     const double mix = eval_trace.mix / FULL_MATERIAL;

@@ -185,7 +185,7 @@ void write_report(const std::string& path, const Samples& samples, const Values&
     out << "weight\tpositions\tmiddlegame before\tafter\tendgame before\tafter\n";
     for (const WeightGroup& group : weight_groups) {
         for (int i = 0; i < group.size; ++i) {
-            const auto weight = at(group.first + i);
+            const auto weight = idx(group.first + i);
             out << group.name << '[' << i << "]\t" << counts[weight];
             for (const std::size_t value : {2 * weight, 2 * weight + 1}) {
                 out << '\t' << before[value] << '\t' << after[value];

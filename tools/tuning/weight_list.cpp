@@ -27,8 +27,9 @@ std::string text_of(const WeightGroup& group, const Values& values) {
     std::string rows = line;
     for (int i = 0; i < group.size; ++i) {
         const int weight = group.first + i;
-        const std::string pair = "S(" + std::to_string(std::lround(values[at(2 * weight)])) + ", " +
-                                 std::to_string(std::lround(values[at(2 * weight + 1)])) + ")";
+        const std::string pair = "S(" + std::to_string(std::lround(values[idx(2 * weight)])) +
+                                 ", " + std::to_string(std::lround(values[idx(2 * weight + 1)])) +
+                                 ")";
         line += ", " + pair;
         rows += (i % ROW == 0 ? ",\n    " : ", ") + pair;
     }
