@@ -97,7 +97,7 @@ void check_searches() {
     search_aborted = false;
     quiesce(-INFINITE_SCORE, INFINITE_SCORE, 0);
     search_aborted = false;
-    search(-INFINITE_SCORE, INFINITE_SCORE, SEARCH_DEPTH, true, in_check());
+    search(-INFINITE_SCORE, INFINITE_SCORE, SEARCH_DEPTH, NullMove::YES, in_check());
     demand(snapshot() == before, "a search leaves the position as it was");
     think();
 }

@@ -44,12 +44,12 @@ constexpr int RAZOR_BASE = 500;
 constexpr int RAZOR_SLOPE = 32;  // centipawns a half-ply
 
 constexpr int STATIC_NULL_MAX_DEPTH = 6;
-constexpr int STATIC_NULL_MARGIN = 150;  // centipawns a ply
+constexpr int STATIC_NULL_MARGIN = 150;  // centipawns per ply
 
 constexpr int NULL_MIN_DEPTH = 4;
 constexpr int NULL_MIN_MATERIAL = 331;  // more than a bishop, or zugzwang is too likely
 constexpr int NULL_REDUCTION = 3;       // plies
-constexpr int NULL_EVAL_MARGIN = 99;    // a larger lead over beta reduces a ply more
+constexpr int NULL_EVAL_MARGIN = 99;    // a larger lead over beta reduces one ply more
 constexpr int NULL_FEW_PIECES = 2;      // of a side: the other rule of reduction then
 constexpr int NULL_VERIFY_MIN_DEPTH = 12;
 
@@ -137,7 +137,7 @@ std::optional<int> try_null_move(Node& node, int alpha, int beta, int depth) {
     const int reduced_depth = depth - ONE_PLY * null_reduction(node, beta, depth);
     const int ep_square_before = make_null_move();
     prefetch_slots(reduced_depth);
-    const int reply = search(-beta, -alpha, reduced_depth, false, NOT_IN_CHECK);
+    const int reply = search(-beta, -alpha, reduced_depth, NullMove::NO, NOT_IN_CHECK);
     unmake_null_move(ep_square_before);
     if (search_aborted) return std::nullopt;
 
@@ -150,7 +150,7 @@ std::optional<int> try_null_move(Node& node, int alpha, int beta, int depth) {
     ++statistics.null_cuts;
     if (score >= MATE_THRESHOLD) score = beta;  // a mate behind a pass is not proven
     if (depth < NULL_VERIFY_MIN_DEPTH) return score;
-    if (search(alpha, beta, reduced_depth, false, NOT_IN_CHECK) >= beta) return score;
+    if (search(alpha, beta, reduced_depth, NullMove::NO, NOT_IN_CHECK) >= beta) return score;
     return std::nullopt;
 }
 
@@ -164,7 +164,7 @@ std::optional<int> probcut(int raised_beta, int depth) {
         ++tried;
         int score = -quiesce(-raised_beta, -raised_beta + 1, 0);
         if (score >= raised_beta && !search_aborted) {
-            score = -search(-raised_beta, -raised_beta + 1, depth - PROBCUT_REDUCTION, false,
+            score = -search(-raised_beta, -raised_beta + 1, depth - PROBCUT_REDUCTION, NullMove::NO,
                             move_gives_check(move_at(index)));
         }
         unmake_move();
@@ -279,13 +279,14 @@ int static_score(int alpha, int beta) {
 }
 
 int search_late_move(int alpha, int beta, int new_depth, bool gives_check) {
-    const int score = -search(-alpha - 1, -alpha, new_depth, true, gives_check);
+    const int score = -search(-alpha - 1, -alpha, new_depth, NullMove::YES, gives_check);
     if (score <= alpha || score >= beta || search_aborted) return score;
-    return -search(-beta, -alpha, new_depth, true, gives_check);
+    return -search(-beta, -alpha, new_depth, NullMove::YES, gives_check);
 }
 
-int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) {
-    record_node('S', alpha, beta, depth, allow_null, node_in_check);
+int search(int alpha, int beta, int depth, NullMove allow_null, bool node_in_check) {
+    const bool null_allowed = allow_null == NullMove::YES;
+    record_node('S', alpha, beta, depth, null_allowed, node_in_check);
 
     // Horizon and maximum ply.
     clear_pv_line();
@@ -350,14 +351,15 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         }
 
         // Static null move: so high that a quiet margin cannot lose it.
-        if (allow_null && node.eligible && pieces_on_both_sides && depth <= STATIC_NULL_MAX_DEPTH &&
-            node.eval <= MAX_ELIGIBLE && node.eval - STATIC_NULL_MARGIN * (depth / 2) >= beta) {
+        if (null_allowed && node.eligible && pieces_on_both_sides &&
+            depth <= STATIC_NULL_MAX_DEPTH && node.eval <= MAX_ELIGIBLE &&
+            node.eval - STATIC_NULL_MARGIN * (depth / 2) >= beta) {
             ++statistics.static_null;
             return node.eval;
         }
 
         // Null move: even passing reaches beta.
-        if (allow_null && null_move_applies(node, beta, depth)) {
+        if (null_allowed && null_move_applies(node, beta, depth)) {
             if (const auto cut = try_null_move(node, alpha, beta, depth)) {
                 return search_aborted ? 0 : *cut;
             }
@@ -377,7 +379,7 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
 
         // Internal iterative deepening: a shallower search finds the move to begin with.
         if (depth >= IID_MIN_DEPTH && node_hash_move.from == 0 && node_hash_move.to == 0) {
-            search(alpha, beta, depth - IID_REDUCTION, false, NOT_IN_CHECK);
+            search(alpha, beta, depth - IID_REDUCTION, NullMove::NO, NOT_IN_CHECK);
             if (search_aborted) return 0;
             read_hash_move();
             node_hash_move = hash_move;
@@ -437,13 +439,14 @@ int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check) 
         // Principal-variation search: the first move in full, the others reduced or with a
         // zero-width window first.
         if (n == 1) {
-            score = -search(-beta, -alpha, new_depth, true, gives_check);
+            score = -search(-beta, -alpha, new_depth, NullMove::YES, gives_check);
         } else {
             score = alpha + 1;
             if (is_reduced(move, type, n, depth, gives_check)) {
                 ++statistics.lmr;
                 const int reduction = ONE_PLY * late_move_reduction(depth, n);
-                score = -search(-alpha - 1, -alpha, new_depth - reduction, true, NOT_IN_CHECK);
+                score =
+                    -search(-alpha - 1, -alpha, new_depth - reduction, NullMove::YES, NOT_IN_CHECK);
             }
             if (score > alpha && !search_aborted) {
                 score = search_late_move(alpha, beta, new_depth, gives_check);

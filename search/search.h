@@ -50,13 +50,16 @@ extern bool stop_requested;
 // Searches
 // ---------------------------------------------------------------------------
 
+/// Whether a node may pass: not in null-move, verification, deepening and ProbCut searches.
+enum class NullMove : bool { NO, YES };
+
 /// Principal-variation alpha-beta search of the current position (Marsland and Campbell 1982).
 ///   alpha, beta     bounds, alpha < beta; a wider window than 1 makes a PV node
 ///   depth           half-plies; below 2 the quiescence search answers
-///   allow_null      0 in null-move, verification, deepening and ProbCut searches
+///   allow_null      whether a null move may be tried here
 ///   node_in_check   whether the side to move is in check
 /// Returns the score, or 0 with search_aborted set.
-int search(int alpha, int beta, int depth, bool allow_null, bool node_in_check);
+int search(int alpha, int beta, int depth, NullMove allow_null, bool node_in_check);
 
 /// Captures and queen promotions until the position is quiet (Harris 1975). `qply` is 0 when called
 /// by search and falls by one per ply; repetitions are looked for at 0 only. No check evasions.

@@ -5,9 +5,10 @@ import subprocess
 from pathlib import Path
 from xml.etree import ElementTree
 
-from conftest import ENGINE, GREETING, PATIENCE, REPOSITORY
+from conftest import ENGINE, GREETING, PATIENCE, REPOSITORY, UCI_ENGINE, Interface
 
 PACKAGING = REPOSITORY / "packaging"
+UCI_PAGE = PACKAGING / "tarsimo-uci.6"
 
 
 def test_manual_page_has_every_command():
@@ -31,6 +32,41 @@ def test_manual_page_has_every_command():
     assert under_protocol - set(commands) - arguments == set()
 
 
+def test_manual_page_of_uci_has_every_word_and_option():
+    source = (REPOSITORY / "control/uci.cpp").read_text()
+    commands = re.findall(r'^    \{"(\w+)", \w+, Timing::', source, re.M)
+    limits = re.findall(r'word == "(\w+)"\) (?:read_number|order|next)', source)
+    options = re.findall(r"option name ([\w ]+) type", source)
+    assert len(commands) > 10 and len(limits) > 11 and len(options) > 5
+
+    page = UCI_PAGE.read_text(encoding="utf-8")
+
+    def listed(begin, end, macro):
+        section = re.search(rf"\.Sh {begin}\n(.*)\.Sh {end}", page, re.S)[1]
+        items = re.findall(rf"^\.It {macro} ([\w ,]+?)(?: (?:Ar|Cm|Op) .*)?$", section, re.M)
+        return {name for names in items for name in names.split(" , ")}
+
+    assert listed("COMMANDS", "OPTIONS", "Ic") == set(commands)
+    assert listed("COMMANDS", "OPTIONS", "Cm") == set(limits)
+    assert listed("OPTIONS", "FILES", "Cm") == set(options)
+
+
+def test_example_of_the_manual_page_is_what_the_engine_says():
+    """All but the speed; the lines left out in the middle are marked on the page."""
+    example = re.search(r"\$ tarsimo-uci\n(.*?)\.Ed", UCI_PAGE.read_text(encoding="utf-8"), re.S)[1]
+    shown = example.splitlines()
+    typed = [line for line in shown if line.split()[0] in ("position", "go", "quit")]
+    engine = Interface(UCI_ENGINE)
+    engine.send(*typed)
+    lines, status = engine.end()
+    engine.close()
+    said = iter(re.sub(r"nps \d+|time \d+", "", line) for line in lines)
+    for line in shown:
+        if line not in (*typed, "[...]"):
+            assert re.sub(r"nps \d+|time \d+", "", line) in said, line
+    assert (status, next(said, None)) == (0, None)
+
+
 def test_one_version_everywhere():
     version = re.search(r"version (\d+)", GREETING)[1]
     places = {
@@ -41,6 +77,7 @@ def test_one_version_everywhere():
         "packaging/debian/copyright": rf"^Copyright: {version} ",
         "packaging/org.tarsimo.tarsimo.metainfo.xml": rf'<release version="{version}" ',
         "control/cecp.cpp": rf'Tarsimo_II %s\\"\\n", "{version}"',
+        "control/uci.cpp": rf'"id name Tarsimo II {version}"',
     }
     for name, pattern in places.items():
         text = (REPOSITORY / name).read_text(encoding="utf-8")
@@ -68,14 +105,20 @@ def test_installed_files_fit_together(tmp_path):
     assert ElementTree.parse(icon).getroot().tag.endswith("svg")
     metadata = ElementTree.parse(next((share / "metainfo").iterdir())).getroot()
     assert metadata.findtext("launchable") == "tarsimo.desktop"
-    assert metadata.findtext("provides/binary") == "tarsimo"
 
     program = tmp_path / "games/tarsimo"
     done = subprocess.run([program], input="q\n", capture_output=True, text=True,
                           timeout=PATIENCE, check=False, cwd=tmp_path,
                           env={"PATH": os.environ["PATH"]})
     assert done.stdout.startswith(GREETING) and done.returncode == 1
-    assert {"share/man/man6/tarsimo.6", "share/doc/tarsimo/README.md"} <= names
+    assert {"share/man/man6/tarsimo.6", "share/man/man6/tarsimo-uci.6",
+            "share/doc/tarsimo/README.md"} <= names
+
+    done = subprocess.run([f"{program}-uci"], input="uci\nquit\n", capture_output=True, text=True,
+                          timeout=PATIENCE, check=False, cwd=tmp_path, env={})
+    assert done.stdout.startswith("id name Tarsimo II ") and done.returncode == 0
+    assert {binary.text for binary in metadata.iterfind("provides/binary")} == {
+        path.name for path in program.parent.iterdir()}
 
 
 def test_links_of_the_pages_lead_somewhere():

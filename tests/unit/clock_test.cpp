@@ -88,6 +88,14 @@ TEST_F(Clock, ControlReachedOrPassed) {
     EXPECT_EQ(allocate({300000, 0, -3, -3}), (Allocation{15000, 77, -3}));
 }
 
+TEST_F(Clock, Defaults) {
+    time_limit_ms = 1;
+    set_default_times();
+    EXPECT_EQ(time_budget_ms, 20000);
+    EXPECT_EQ(time_limit_ms, NO_TIME_LIMIT);
+    EXPECT_EQ(moves_left, 20);
+}
+
 TEST_F(Clock, ReserveForTheWayToTheGui) {
     EXPECT_EQ(clock_limit(100000), 99900);
     EXPECT_EQ(clock_limit(400), 300);

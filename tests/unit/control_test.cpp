@@ -46,7 +46,7 @@ TEST_F(Control, FreshGameFromAPosition) {
     }
     set_up("QQQQkQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQKQQQ w");
     EXPECT_EQ(white_pieces, 62);
-    search(-INF, INF, 4, true, false);
+    search(-INF, INF, 4, NullMove::YES, false);
 }
 
 TEST_F(Control, Board) {

@@ -421,7 +421,8 @@ TEST_F(Endings, ShortMates) {
                   [] {
                       int score = 0;
                       for (int plies = 1; plies <= PLIES; ++plies) {
-                          score = side * search(-INF, INF, ONE_PLY * plies, true, in_check());
+                          score =
+                              side * search(-INF, INF, ONE_PLY * plies, NullMove::YES, in_check());
                       }
                       return score;
                   });

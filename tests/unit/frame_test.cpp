@@ -134,6 +134,7 @@ TEST_F(Frame, OpeningTerms) {
              Case{"rnbqkbnr/pppppppp/8/8/8/3q4/PPPPPPPP/RNBQKBNR w KQkq -", -65 - 20},
              Case{"rnbqkbnr/pppppppp/8/8/8/4R3/PPPPPPPP/1NBQKBNR w Kkq -", -65 - 20},
              Case{"rnbqkbnr/pppppppp/8/8/8/3qR3/PPPPPPPP/1NBQKBNR w Kkq -", -65 - 40},
+             Case{"rnbqkbnr/pppppppp/8/8/3P4/3q4/PPP1PPPP/RNBQKBNR w KQkq -", -65 + 10},
              // The knight before the c-pawn, with a pawn on d4; a pawn on d4 or e4.
              Case{"rnbqkbnr/pppppppp/8/8/3P4/8/PPP1PPPP/RNBQKBNR w KQkq -", -65 + 10},
              Case{"rnbqkbnr/pppppppp/8/8/3PP3/8/PPP2PPP/RNBQKBNR w KQkq -", -65 + 10},

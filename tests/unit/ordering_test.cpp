@@ -75,6 +75,32 @@ TEST_F(Ordering, CaptureScores) {
     EXPECT_EQ(move_at(find_move("d5c6")).score, 1840000);
 }
 
+// A less valuable piece that a pawn, knight, bishop or rook guards comes behind the third killer.
+TEST_F(Ordering, CapturesByExchange) {
+    constexpr int EQUAL = 1840000;
+    constexpr int LOSING = 1809000;
+    constexpr int PAWN_BY_KNIGHT = 16 * 100 - 320;
+    struct Case {
+        const char* fen;
+        const char* move;
+        int score;
+    };
+    for (const auto& [fen, move, score] : {
+             Case{"4k3/8/8/3p4/8/2N5/8/4K3 w - -", "c3d5", EQUAL + PAWN_BY_KNIGHT},
+             Case{"3qk3/8/8/3p4/8/2N5/8/4K3 w - -", "c3d5", EQUAL + PAWN_BY_KNIGHT},
+             Case{"4k3/8/4p3/3p4/8/2N5/8/4K3 w - -", "c3d5", LOSING + PAWN_BY_KNIGHT},
+             Case{"4k3/8/5n2/3p4/8/2N5/8/4K3 w - -", "c3d5", LOSING + PAWN_BY_KNIGHT},
+             Case{"b3k3/8/8/3p4/8/2N5/8/4K3 w - -", "c3d5", LOSING + PAWN_BY_KNIGHT},
+             Case{"3rk3/8/8/3p4/8/2N5/8/4K3 w - -", "c3d5", LOSING + PAWN_BY_KNIGHT},
+             Case{"4k3/8/2n5/8/3P4/4P3/8/4K3 b - -", "c6d4", LOSING + PAWN_BY_KNIGHT},
+             Case{"4k3/8/2n5/8/3P4/8/8/4K3 b - -", "c6d4", EQUAL + PAWN_BY_KNIGHT},
+             Case{"4k3/8/4p3/3b4/8/2N5/8/4K3 w - -", "c3d5", EQUAL + 16 * 330 - 320},
+         }) {
+        set_up(fen);
+        EXPECT_EQ(move_at(find_move(move)).score, score) << fen;
+    }
+}
+
 // Queen, rook, bishop, knight.
 TEST_F(Ordering, PromotionScores) {
     const auto scores = [](int to) { return scores_of(add_promotions, G7, to, 0); };
@@ -125,6 +151,14 @@ TEST_F(Ordering, PrincipalVariationIsCopiedUp) {
     EXPECT_EQ(pv_table[62][62].piece, KNIGHT);
     EXPECT_EQ(pv_table[62][63].to, E5);
     EXPECT_EQ(pv_table[62][64].from, 0);
+    move_at(0).promotion = ROOK;
+    search_ply = 10;
+    pv_table[11][11] = {E7, E5, 0, PAWN};
+    pv_table[10][13].from = A1;
+    update_pv(0);
+    EXPECT_EQ(pv_table[10][10].promotion, ROOK);
+    EXPECT_EQ(pv_table[10][12].from, 0);
+    EXPECT_EQ(pv_table[10][13].from, A1) << "behind the end of the line";
     search_ply = 63;
     update_pv(1);
     EXPECT_EQ(pv_table[63][63].to, C3);
@@ -161,6 +195,7 @@ TEST_F(Ordering, Killers) {
 
 TEST_F(Ordering, HistoryAges) {
     history[0][H8][A1] = 7;
+    history[2][A1][H8] = 8;
     history[2][E2][E4] = history_max = 1799999;
     credit_history({E2, E4, 0, 0, 0, 0, 0}, 1);
     age_history();
@@ -170,6 +205,7 @@ TEST_F(Ordering, HistoryAges) {
     EXPECT_EQ(history[2][E2][E4], 450001);
     EXPECT_EQ(history_max, 450001);
     EXPECT_EQ(history[0][H8][A1], 1);
+    EXPECT_EQ(history[2][A1][H8], 2);
 }
 
 TEST_F(Ordering, ExemptPawnMoves) {

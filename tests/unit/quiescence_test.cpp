@@ -54,6 +54,7 @@ TEST_F(Quiescence, NeitherMatesNorChecksAreSeen) {
     EXPECT_EQ(nodes, 1U);
     EXPECT_EQ(tried("4k3/8/8/8/8/8/8/R3K3 w - -"), "");
     EXPECT_EQ(tried("4r1k1/8/8/3n4/4P3/8/8/4K3 w - -"), "") << "the pawn may not leave the file";
+    EXPECT_EQ(tried("4r1k1/8/8/3n4/2P5/8/8/4K3 w - -"), "") << "in check";
 }
 
 TEST_F(Quiescence, RepetitionsAtTheFirstNodeOnly) {
@@ -68,6 +69,7 @@ TEST_F(Quiescence, RepetitionsAtTheFirstNodeOnly) {
     NodeLog log;
     quiesce(-INF, INF, 0);
     EXPECT_EQ(log.nodes[1].depth, -1) << "a ply further on";
+    EXPECT_EQ(deepest_ply, 1);
 }
 
 // Below the deepest ply the evaluation is all there is.

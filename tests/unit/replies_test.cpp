@@ -174,6 +174,20 @@ TEST_F(Replies, TableGivesTheFirstMoveAndNothingElse) {
     }
 }
 
+// The stop's score of 0 beats an alpha below it, and is no reason to search a reply again.
+TEST_F(Replies, StopInAReducedReply) {
+    for (const Search search : {search_replies, +[](int beta, int depth) {
+                                    return search_root_replies(beta, depth).score;
+                                }}) {
+        set_up("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNB1KBNR w KQkq -");
+        history_max = 1;
+        NodeLog log([](const Node& node) { return node.ply == 1 && node.depth == 2; });
+        EXPECT_EQ(search(77, 6), 77);
+        EXPECT_GT(log.nodes.back().alpha, 0);
+        EXPECT_EQ(log.entered_after_abort, 0);
+    }
+}
+
 // What the replies searched to their end leave of a root move.
 TEST_F(Replies, PartialScore) {
     // Only replies by a pawn are searched, the others draw at once.

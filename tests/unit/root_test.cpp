@@ -238,6 +238,44 @@ TEST_F(Root, BestMoveComesFirst) {
     EXPECT_EQ(order, "h2h4 e1d1 e1f1 ");
     EXPECT_EQ(last_move(), "h2h4");
     EXPECT_EQ(pv_table[0][0].to, H4);
+    EXPECT_EQ(root.lines[0].variation[0].to, H4);
+}
+
+// Each line has its own best move; only moves that were asked for are searched.
+TEST_F(Root, LinesAndMovesAskedFor) {
+    set_up(SEVEN_MOVES);
+    score = [](const RootMove& move) {
+        return move.move == "h2h4" ? 30 : move.move == "e1f1" ? 20 : move.move == "e1d1" ? 40 : 0;
+    };
+    begin_root_search({.lines = 2, .among = {{E1, F1, 0}, {H2, H3, 0}, {H2, H4, 0}}});
+    EXPECT_EQ(root.legal_moves, 3);
+    root.iteration_depth = 1;
+    output_of([] { search_root_moves(); });
+    EXPECT_EQ(root.lines[0].score, 30);
+    EXPECT_EQ(root.lines[1].score, 20);
+    EXPECT_EQ(coordinate_name(move_at(0)) + coordinate_name(move_at(1)), "h2h4e1f1");
+}
+
+// From the ninth iteration on a score like that of a mate is enough.
+TEST_F(Root, MateInHand) {
+    struct Case {
+        int score, depth;
+        bool ends;
+        bool goes_on = false;
+    };
+    for (const auto& [last_score, depth, ends, goes_on] :
+         {Case{31900, 9, true}, Case{31899, 9, false}, Case{31900, 8, false},
+          Case{31900, 9, false, true}}) {
+        set_up(SEVEN_MOVES);
+        searched.clear();
+        begin_root_search({.lines = 1, .among = {}, .goes_on_after_mate = goes_on});
+        root.iteration_depth = depth;
+        root.lines[0].score = last_score;
+        Iteration end{};
+        output_of([&end] { end = search_root_moves(); });
+        EXPECT_EQ(end, ends ? Iteration::MATE_FOUND : Iteration::COMPLETE);
+        EXPECT_EQ(searched.empty(), ends) << last_score << " " << depth;
+    }
 }
 
 // A root move that was beating the best when the search was stopped is put to the reply search.
@@ -428,12 +466,15 @@ TEST_F(Root, BeginsAfresh) {
     set_up(SEVEN_MOVES);
     killer1[3] = killer2[3] = killer3[3] = {E2, E4, 0};
     history[0][E2][E4] = history_max = 77;
+    pv_table[0][40].from = E2;
+    eval_stack[40] = 77;
     search_aborted = stop_requested = time_extended = true;
     statistics.lmr = nodes = 1000;
     max_depth = 1;
     on_iteration = [](int) {
         EXPECT_EQ(killer1[3].from + killer2[3].from + killer3[3].from, 0);
         EXPECT_EQ(history[0][E2][E4] + history_max, 0);
+        EXPECT_EQ(pv_table[0][40].from + eval_stack[40], 0);
         EXPECT_FALSE(search_aborted || stop_requested || time_extended);
         EXPECT_EQ(statistics.lmr, 0U);
         EXPECT_EQ(nodes, 1U) << "the first root move";

@@ -38,7 +38,8 @@ class SearchRules : public Engine {
         const int beta = balance() + setup.over;
         set_evaluation(beta + setup.above);
         prepare();
-        return search(beta - setup.width, beta, setup.depth, setup.allow_null, in_check());
+        return search(beta - setup.width, beta, setup.depth,
+                      setup.allow_null ? NullMove::YES : NullMove::NO, in_check());
     }
     static int search_node(const char* fen, const NodeSetup& setup) {
         return search_node(fen, setup, NOTHING);

@@ -394,7 +394,7 @@ class SearchResults : public SearchRules {
         after("d2d4", [] { set_evaluation(-10); });
         after("e2e4", [] { set_evaluation(-30); });
         after("h2h4", [] { set_evaluation(-30); });
-        return search(alpha, beta, 2, false, false);
+        return search(alpha, beta, 2, NullMove::NO, false);
     }
     static void expect_stored(int bound, int score, int to) {
         const TTEntry& slot = tt_table[hash_key % tt_size];
@@ -435,6 +435,9 @@ TEST_F(SearchResults, FailHigh) {
     EXPECT_EQ(credited(), "10100");
     EXPECT_EQ(killer2[0].to, F3);
     EXPECT_EQ(nodes, 6U) << "three moves, three nodes of quiescence";
+    EXPECT_EQ(search_scored_moves(-50, 20), 20) << "beta itself";
+    expect_stored(BOUND_LOWER, 20, F3);
+    EXPECT_EQ(nodes, 6U);
 }
 
 // The square of the depth in plies, for captures too; past the limit everything is divided by 4.
@@ -469,8 +472,10 @@ TEST_F(SearchRules, StopLeavesNoTrace) {
         const Snapshot before = snapshot();
         NodeLog log([&count](const Node&) { return --count == 0; });
         const bool replies = kind == Kind::REPLY_SEARCH;
-        const int score = replies ? search_replies(beta, DEPTH)
-                                  : search(alpha, beta, DEPTH, kind == Kind::SEARCH, false);
+        const int score = replies
+                              ? search_replies(beta, DEPTH)
+                              : search(alpha, beta, DEPTH,
+                                       kind == Kind::SEARCH ? NullMove::YES : NullMove::NO, false);
         if (count > 0) return ' ';  // the search ended before
         EXPECT_TRUE(search_aborted);
         EXPECT_EQ(score, replies ? beta : 0);

@@ -17,12 +17,12 @@ TEST_F(SearchRules, HorizonAndMaximumPly) {
     set_up(START_FEN);
     begin_at_ply(64);
     set_evaluation(77);
-    EXPECT_EQ(search(-INF, INF, 8, true, false), 77);
+    EXPECT_EQ(search(-INF, INF, 8, NullMove::YES, false), 77);
     EXPECT_EQ(quiesce(-INF, INF, 0), 77);
     EXPECT_EQ(statistics.hash_probes, 0U);
     begin_at_ply(63);
     list_start(63) = 1000;
-    search(-INF, INF, 4, true, false);
+    search(-INF, INF, 4, NullMove::YES, false);
     EXPECT_EQ(list_start(64), 1020) << "the deepest list";
 }
 
@@ -30,7 +30,7 @@ TEST_F(SearchRules, Draws) {
     const auto is_draw_at_once = [] {
         clear_statistics();
         set_evaluation(500);
-        return search(-INF, INF, 4, true, false) == 0 && statistics.hash_probes == 0;
+        return search(-INF, INF, 4, NullMove::YES, false) == 0 && statistics.hash_probes == 0;
     };
     play("g1f3 g8f6 f3g1");
     EXPECT_FALSE(is_draw_at_once());
@@ -56,14 +56,14 @@ TEST_F(SearchRules, MateDistance) {
           Case{-31999, -31998, -31998}}) {
         set_up(START_FEN);
         begin_at_ply(5);
-        EXPECT_EQ(search(alpha, beta, 4, true, false), score);
+        EXPECT_EQ(search(alpha, beta, 4, NullMove::YES, false), score);
         EXPECT_EQ(statistics.hash_probes, 0U) << alpha;
     }
     const auto first_window = [](int ply, int alpha, int beta) {
         set_up(START_FEN);
         begin_at_ply(ply);
         NodeLog log([ply](const Node& node) { return node.ply == ply + 1; });
-        search(alpha, beta, 4, true, false);
+        search(alpha, beta, 4, NullMove::YES, false);
         return std::pair(log.nodes.back().alpha, log.nodes.back().beta);
     };
     EXPECT_EQ(first_window(5, 31990, 31998), std::pair(-31995, -31990));
@@ -74,9 +74,9 @@ TEST_F(SearchRules, MateDistance) {
     // Mated and stalemated.
     set_up("R5k1/5ppp/8/8/8/8/5PPP/6K1 b - -");
     begin_at_ply(3);
-    EXPECT_EQ(search(-INF, INF, 4, true, true), 3 - 31999);
+    EXPECT_EQ(search(-INF, INF, 4, NullMove::YES, true), 3 - 31999);
     set_up("k7/2Q5/8/8/8/8/8/K7 b - -");
-    EXPECT_EQ(search(-INF, INF, 4, true, false), 0);
+    EXPECT_EQ(search(-INF, INF, 4, NullMove::YES, false), 0);
 }
 
 // The stop test is asked every 8192 nodes, before anything that costs time.
@@ -87,7 +87,7 @@ TEST_F(SearchRules, StopTestEvery8192Nodes) {
         time_budget_ms = 0;
         nodes = count;
         if (quiescence) quiesce(-INF, INF, 0);
-        else search(-INF, INF, 2, true, false);
+        else search(-INF, INF, 2, NullMove::YES, false);
         stop_test_enabled = false;
         return search_aborted && statistics.hash_probes + eval_full_count == 0;
     };
@@ -159,7 +159,7 @@ TEST_F(SearchRules, Razoring) {
     // The far end of the range of scores where the evaluation is trusted. The lazy exit answers.
     for (const int beta : {9999, 10000}) {
         set_up(START_FEN);
-        search(beta - 1, beta, 2, true, false);
+        search(beta - 1, beta, 2, NullMove::YES, false);
         EXPECT_EQ(statistics.razoring, beta == 9999 ? 1U : 0U);
     }
 }
@@ -186,7 +186,7 @@ TEST_F(SearchRules, StaticNullMove) {
     EXPECT_FALSE(cut(MANY_PIECES, {.depth = 2, .above = 10000})) << "the score of a won ending";
     for (const int alpha : {-9999, -10000}) {
         set_up(START_FEN);
-        search(alpha, alpha + 1, 2, true, false);
+        search(alpha, alpha + 1, 2, NullMove::YES, false);
         EXPECT_EQ(statistics.static_null, alpha == -9999 ? 1U : 0U);
     }
 }
@@ -321,7 +321,7 @@ TEST_F(SearchRules, ProbCutApplies) {
     const auto first_window = [](int beta) {
         set_up(START_FEN);
         NodeLog log([](const Node& node) { return node.ply == 1; });
-        search(beta - 1, beta, 10, false, false);
+        search(beta - 1, beta, 10, NullMove::NO, false);
         const Node& node = log.nodes.back();
         return node.kind == 'Q' ? -node.alpha : 0;
     };
@@ -343,7 +343,7 @@ TEST_F(SearchRules, ProbCutMargin) {
         if (ply >= 2) eval_stack[at(ply - 2)] = eval_two_plies_back;
         set_evaluation(eval);
         NodeLog log([ply](const Node& node) { return node.ply == ply + 1; });
-        search(-1, 0, 10, false, false);
+        search(-1, 0, 10, NullMove::NO, false);
         EXPECT_EQ(eval_stack[at(ply)], eval);
         return -log.nodes.back().alpha;
     };
@@ -410,7 +410,7 @@ TEST_F(SearchRules, InternalDeepening) {
     // What it finds, here the mate, becomes the table's move.
     set_up("6k1/5ppp/8/8/8/8/5PPP/R5K1 w - -");
     NodeLog log([](const Node& node) { return node.ply == 1 && node.depth >= 14; });
-    search(-INF, INF, 16, true, false);
+    search(-INF, INF, 16, NullMove::YES, false);
     EXPECT_EQ(log.nodes.back().move, "a1a8");
     EXPECT_EQ(log.nodes.back().move_score, 1900000);
 }

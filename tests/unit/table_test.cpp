@@ -47,6 +47,7 @@ TEST_F(Table, EmptySlotsAndOtherPositions) {
     hash_move = {E2, E4, 0};
     EXPECT_EQ(probe_at_ply(0, 0, 0), (Probe{NO_ENTRY})) << "keys are compared whole";
     EXPECT_EQ(hash_move.from, 0);
+    hash_move = {E2, E4, 0};
     read_hash_move();
     EXPECT_EQ(hash_move.from, 0);
     hash_key -= tt_size;
@@ -114,7 +115,7 @@ TEST_F(Table, EndsNodes) {
           Case{BOUND_LOWER, 4, -300, 77, true}, Case{BOUND_LOWER, 4, 77, 78, false}}) {
         set_up(START_FEN);
         tt_store(c.bound, c.depth, 77, D2, D4);
-        const int score = search(c.alpha, c.beta, 4, false, false);
+        const int score = search(c.alpha, c.beta, 4, NullMove::NO, false);
         EXPECT_EQ(nodes == 0, c.ends) << c.bound << " " << c.alpha << " " << c.beta;
         if (c.ends) { EXPECT_EQ(score, 77); }
     }

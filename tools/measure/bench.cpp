@@ -77,7 +77,8 @@ class Bench {
         const auto start = std::chrono::steady_clock::now();
         int score = 0;
         for (int plies = 1; plies <= std::min(position.plies, deepest_); ++plies) {
-            score = search(-INFINITE_SCORE, INFINITE_SCORE, ONE_PLY * plies, true, in_check());
+            score =
+                search(-INFINITE_SCORE, INFINITE_SCORE, ONE_PLY * plies, NullMove::YES, in_check());
         }
         seconds_ += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         nodes_ += nodes;

@@ -175,7 +175,7 @@ inline bool execute(const std::string& line, std::string& figures) {
         if (!depth(1, half_plies)) return refuse("a bad depth");
         if (!score(2, alpha) || !score(3, beta)) return refuse("a bad bound");
         if (!set_up_checked(trimmed(fields[0]))) return false;
-        figures = search_figures(search(alpha, beta, half_plies, true, in_check()));
+        figures = search_figures(search(alpha, beta, half_plies, NullMove::YES, in_check()));
     } else {
         return refuse("no command has this form");
     }

@@ -60,11 +60,11 @@ int score_root_move(int index, int number, int alpha, int plies) {
     const int depth = ONE_PLY * (plies - 1);
     int score = alpha + 1;
     if (number == 1) {
-        score = -search(-INFINITE_SCORE, -alpha, depth, true, gives_check);
+        score = -search(-INFINITE_SCORE, -alpha, depth, NullMove::YES, gives_check);
     } else {
         if (quiet && !gives_check && number >= REDUCED_FROM_MOVE && plies >= REDUCED_FROM_PLIES) {
             const int reduction = ONE_PLY * late_move_reduction(ONE_PLY * plies, number);
-            score = -search(-alpha - 1, -alpha, depth - reduction, true, false);
+            score = -search(-alpha - 1, -alpha, depth - reduction, NullMove::YES, false);
         }
         if (score > alpha) score = search_late_move(alpha, INFINITE_SCORE, depth, gives_check);
     }
