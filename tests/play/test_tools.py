@@ -30,7 +30,7 @@ PROGRAMS = sorted(path for path in BUILD.glob("tarsimo-*")
                   and not path.name.endswith("-tests") and path.name != "tarsimo-uci")
 SCRIPTS = [path for path in [*(REPOSITORY / "tools").rglob("*"), REPOSITORY / "fuzz/run"]
            if path.is_file() and os.access(path, os.X_OK) and path.suffix == ""
-           and path.name not in ("install-packages", "static-checks")]
+           and path.name not in ("check-path", "install-packages", "source-files", "static-checks")]
 
 
 def run(*command, status, cwd=None, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE):

@@ -43,7 +43,10 @@ std::string figures_of(const std::string& command) {
     return "not understood: " + tool::printable(command) + ": " + figures;
 }
 
-int finish() { return tool::finish_output(all_understood ? EXIT_SUCCESS : tool::EXIT_IMPOSSIBLE); }
+int finish() {
+    if (std::ferror(stdin) != 0) tool::fail("cannot read the standard input");
+    return tool::finish_output(all_understood ? EXIT_SUCCESS : tool::EXIT_IMPOSSIBLE);
+}
 
 // Prints nothing when the list must not be used.
 int pin_list() {
@@ -72,6 +75,5 @@ int main(int argc, char** argv) {
         std::printf("%s\n", figures_of(line).c_str());
         std::fflush(stdout);
     }
-    if (std::ferror(stdin) != 0) tool::fail("cannot read the standard input");
     return finish();
 }
