@@ -66,7 +66,7 @@ template <int By> bool hit_along(int sq, int step) {
     return piece == QUEEN || piece == (step % 10 == 0 || step * step == 1 ? ROOK : BISHOP);
 }
 
-// The king that moved, and men that left two squares, are not worth a special case. Nor is the
+// The king that moved, and moves that leave two squares, are not worth a special case. Nor is the
 // first move of a search: a position set up by hand may let its side take the king.
 bool needs_full_test(const Move& move, int king) {
     return search_ply <= 1 || move.to == king || move.ep_capture != 0 || move.castle != 0;

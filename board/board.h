@@ -84,8 +84,8 @@ inline constexpr auto square_file = detail::fill_squares([](int sq) { return sq 
 /// side's material.
 inline constexpr std::array<int, 8> piece_value = {0, 100, 320, 330, 520, 990, 2000, 0};
 
-/// Values for move ordering and exchanges, by piece type. Knight and bishop are
-/// deliberately equal.
+/// Values for move ordering and exchanges, by piece type. QUIRK: knight and bishop are equal here,
+/// so that one for the other is an even exchange.
 inline constexpr std::array<int, 8> order_value = {0, 100, 400, 400, 600, 1200, 5000, 0};
 
 }  // namespace tarsimo

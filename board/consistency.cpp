@@ -8,7 +8,7 @@ namespace tarsimo {
 
 namespace {
 
-// Men of one colour as they stand on the board.
+// Pieces of one colour as they stand on the board.
 struct Census {
     int kings = 0;
     int king_square = 0;

@@ -1,6 +1,6 @@
-// Pseudo-legal move generation. White's men are met from a1 upwards, black's from h8
-// downwards, and the scan ends with the last man: the counts of the position say how many
-// there are. Offsets come in one fixed order, which decides among moves of equal score.
+// Pseudo-legal move generation. White's pieces are met from a1 upwards, black's from h8
+// downwards, and the scan ends with the last: the counts of the position say how many there are.
+// Offsets come in one fixed order, which decides among moves of equal score.
 #include "board/generate.h"
 
 #include "board/attacks.h"
@@ -63,8 +63,9 @@ template <int Us, List Kind, int... Steps> void add_rays(int from) {
     (add_ray<Us, Kind, Steps>(from), ...);
 }
 
-// Both own pawns that may stand beside the pawn which has just made a double step. Run
-// after each own pawn, so the list repeats these captures; deliberate.
+// Both own pawns that may stand beside the pawn which has just made a double step.
+// QUIRK: run after each own pawn, so that the list holds these captures several times; the search
+// tries them again, and the table answers.
 template <int Us> void add_ep_captures() {
     if (ep_square == 0) return;
     // After a change of side, or a careless set-up, there may be nothing to capture.
@@ -167,14 +168,14 @@ template <int Us, List Kind> void add_moves_of(int type, int from) {
 
 template <int Us, List Kind> void generate() {
     move_count = list_start(search_ply);
-    int men = pawn_count<Us>() + piece_count<Us>() + 1;
+    int pieces_left = pawn_count<Us>() + piece_count<Us>() + 1;
     // The bound on sq matters only where a king has been taken and the count is off.
-    for (int sq = Us == WHITE ? A1 : H8; men > 0 && sq >= A1 && sq <= H8; sq += Us) {
+    for (int sq = Us == WHITE ? A1 : H8; pieces_left > 0 && sq >= A1 && sq <= H8; sq += Us) {
         const int type = Us * piece_on(sq);
         // One comparison leaves out empty squares, enemies and the border.
         if (static_cast<unsigned>(type) - PAWN > KING - PAWN) continue;
         add_moves_of<Us, Kind>(type, sq);
-        --men;
+        --pieces_left;
     }
     list_start(search_ply + 1) = move_count;
 }

@@ -7,7 +7,7 @@ namespace tarsimo {
 /// Write all pseudo-legal moves of the side to move into the list of this ply. The caller
 /// has made sure of may_generate(). Own king left in check is not looked at.
 ///
-/// An en-passant capture is listed once for every own pawn on the board; deliberate.
+/// QUIRK: an en-passant capture is listed once for every own pawn on the board.
 void generate_moves();
 
 /// Write the captures, en-passant captures and queen promotions of the side to move into

@@ -14,7 +14,7 @@ void make_root_move();
 void unmake_move();
 
 /// unmake_move() for a move of the game. A command may have given the move to the other side since
-/// it was made: its men are put back all the same, and then `side` changes.
+/// it was made: its pieces are put back all the same, and then `side` changes.
 void take_back_move();
 
 /// Pass the move to the other side: a record without a move, no en-passant square.

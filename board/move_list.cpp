@@ -10,7 +10,7 @@
 //   1830000  second killer
 //   1820000  knight promotion
 //   1810000  third killer
-//   1809000+ defended captures of a lesser piece
+//   1809000+ defended captures of a less valuable piece
 //         0+ other quiet moves, by history
 #include "board/move_list.h"
 
@@ -108,7 +108,7 @@ void add_capture(int from, int to) {
     const int victim = type_on(to);
     Move& move = append(from, to, victim);
     const PvEntry& pv = pv_table[0][at(search_ply)];
-    // The stale score added here is deliberate: it orders several such moves.
+    // QUIRK: the score left in the slot is added, which orders several such moves.
     move.score = pv.from == from && pv.to == to
                      ? wrapping_sum(PV_CAPTURE_SCORE, move.score)
                      : 16 * value_of(order_value, victim) - value_of(order_value, type_on(from));
@@ -120,7 +120,7 @@ void add_scored_capture(int from, int to) {
     if (matches(hash_move, from, to)) {
         move.score = HASH_MOVE_SCORE;
     } else if (matches(killer_of(killer1), from, to)) {
-        move.score = wrapping_sum(KILLER1_SCORE, move.score);  // deliberate, as in add_capture()
+        move.score = wrapping_sum(KILLER1_SCORE, move.score);  // QUIRK: as in add_capture()
     } else {
         move.score = exchange_score(from, to, victim, type_on(from));
     }
@@ -147,7 +147,7 @@ void add_promotions(int from, int to) {
 void add_ep_capture(int from, int to, int ep_capture) {
     Move& move = append(from, to, PAWN);
     move.ep_capture = ep_capture;
-    move.score = EQUAL_CAPTURE_SCORE;  // neither hash move nor killer is looked at; deliberate
+    move.score = EQUAL_CAPTURE_SCORE;  // QUIRK: neither hash move nor killer is looked at
 }
 
 void update_pv(int index) {

@@ -22,11 +22,11 @@ struct Move {
 /// Ordering score of a move that has been picked, and of an illegal one of the root list.
 constexpr int PICKED = -32000;
 
-/// Upper bound on the moves of one list for any placement of pieces whatever: 64 men of
-/// at most 27 moves each.
+/// Upper bound on the moves of one list for any placement of pieces whatever: 64 pieces
+/// of at most 27 moves each.
 constexpr int MAX_LIST_LENGTH = 64 * 27;
 
-/// The one array shared by the lists of all plies: 256 a ply, more than any legal
+/// The one array shared by the lists of all plies: 256 per ply, more than any legal
 /// position has, and room for one list of the greatest length behind them.
 constexpr int MOVE_STACK_SIZE = 64 * 256 + MAX_LIST_LENGTH;
 

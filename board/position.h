@@ -58,7 +58,7 @@ struct HistoryEntry {
 /// records are then overwritten.
 constexpr int HISTORY_SIZE = SHORT_SESSIONS ? 512 : 4096;
 
-/// Records that a search may write beyond the game's own moves: a move a ply, and a
+/// Records that a search may write beyond the game's own moves: a move per ply, and a
 /// null move between two of them.
 constexpr int HISTORY_RESERVE = 256;
 

@@ -28,8 +28,8 @@ struct Attacker {
     int square;
 };
 
-// Men of one colour that bear on the target square. At most 2 pawns and one man from each
-// of 8 knight squares, 8 rays and 8 neighbours; a man is added only after one has left.
+// Pieces of one colour that attack the target square. At most 2 pawns and one piece from each of 8
+// knight squares, 8 rays and 8 neighbours; another is added only after one has left.
 struct AttackerList {
     std::array<Attacker, 32> entries;
     int size = 0;
@@ -76,7 +76,8 @@ template <int Step> void add_line(Attackers& attackers, int to) {
     const int sq = first_occupied<Step>(to);
     const int piece = piece_on(sq);
     if (piece == ROOK || piece == QUEEN) attackers.white.add(LINE_RAY, Step, sq);
-    // Black's line entries carry the diagonal kind; a deliberate asymmetry.
+    // QUIRK: black's rooks and queens on lines count as diagonal pieces, so that some exchanges are
+    // not worth the same with the colours exchanged.
     else if (piece == -ROOK || piece == -QUEEN) attackers.black.add(DIAGONAL_RAY, Step, sq);
 }
 

@@ -76,8 +76,8 @@ void toggle_force_mode() {
     print(force_mode ? " Jugador-Jugador SI" : " Jugador-Jugador NO");
 }
 
-// Level n gives n seconds per move, and shows milliseconds under the word "segundos"; both
-// deliberate.
+// QUIRK: level n gives n seconds per move, but 13 asks for a depth; the answer shows milliseconds
+// under the word "segundos".
 void ask_level() {
     const int level = parse_number(ask(" Nivel: "), MAX_NUMBER / 1000);
     if (level == DEPTH_LEVEL) {
@@ -132,7 +132,7 @@ bool execute_in_game(std::string& line) {
     } else if (line == "NEW") {
         init_engine();
     } else if (line == "C") {
-        side = side == WHITE ? BLACK : WHITE;  // the key stays as it is; deliberate
+        side = side == WHITE ? BLACK : WHITE;  // QUIRK: the key stays as it is
     } else if (line == "GO") {
         force_mode = false;
         think();

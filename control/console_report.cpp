@@ -23,7 +23,7 @@ namespace tarsimo {
 
 namespace {
 
-constexpr int MAX_LINE_MOVES = 8;  // shorter than under CECP; deliberate
+constexpr int MAX_LINE_MOVES = 8;  // QUIRK: under CECP it is 12
 constexpr int MINUTES_FROM_MS = 61000;
 constexpr int PROGRESS_WIDTH = 52;          // columns that the progress line may have filled
 constexpr int MAX_ANNOUNCED_DISTANCE = 29;  // plies from the root to the mate
@@ -50,7 +50,7 @@ void print_thinking_line(int depth, int score) {
     const int total_seconds = elapsed / 1000;
     const int minutes = elapsed < MINUTES_FROM_MS ? 0 : elapsed / 60000;
     const int seconds = total_seconds - 60 * minutes;
-    // During the first second the count is its own divisor and the rate shows as 1; deliberate.
+    // QUIRK: during the first second the count is its own divisor, and the rate shows as 1.
     const std::uint64_t divisor =
         elapsed < 1000 ? nodes : static_cast<std::uint64_t>(total_seconds);
     const std::uint64_t rate =

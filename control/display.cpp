@@ -40,7 +40,7 @@ void print_move(int index) {
         print("%s", spanish_name(move).c_str());
         return;
     }
-    print("move %s  \n", coordinate_name(move).c_str());  // the trailing blanks are deliberate
+    print("move %s  \n", coordinate_name(move).c_str());  // QUIRK: trailing blanks
     flush_output();
 }
 

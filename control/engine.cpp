@@ -43,8 +43,8 @@ void init_engine() {
     init_square_distance();
     init_square_tables();
     init_kpk();
-    // The key is computed before side and en-passant square are set; deliberate. Within a
-    // game all keys then differ from the true ones by the same constant.
+    // QUIRK: the key is computed before side and en-passant square are set. Within a game all keys
+    // then differ from the true ones by the same constant.
     init_keys();
     finish_initial_position();
     if (!allocate_hash_tables()) {

@@ -17,7 +17,7 @@ namespace tarsimo {
 
 namespace {
 
-constexpr int FRESH_FIFTY = 2;  // deliberately neither 0 nor what the notation says
+constexpr int FRESH_FIFTY = 2;  // QUIRK: neither 0 nor what the notation says
 constexpr int FEN_MAX_DEPTH = 60;
 constexpr int NEXT_RANK = 18;  // from just past the h-file down to the a-file
 constexpr int SQUARE_NUMBER_LIMIT = 1000;

@@ -15,11 +15,11 @@ namespace tarsimo {
 
 namespace {
 
-constexpr int SUITE_BUDGET_MS = 35000;  // although the help line says "60 s"; deliberate
+constexpr int SUITE_BUDGET_MS = 35000;  // QUIRK: the help line says "60 s"
 constexpr int SUITE_MAX_DEPTH = 64;     // every set-up brings it back to 60
 constexpr int CLEARED_BEFORE_CAPTION = 10;
 
-// Two positions bear the number 3; deliberate. Trailing blanks are part of the texts.
+// QUIRK: two positions have the number 3. Trailing blanks are part of the texts.
 constexpr std::array<SuitePosition, SUITE_SIZE> suite = {{
     {"\n\n LCT mov Cd5-f6+ ", "2b1r1k1/r4ppp/p7/2pNP3/4Q3/q6P/2P2PP1/3RR1K1 w - -"},
     {"\n\n LCT mov  Af4xh6 ", "rq2rbk1/6p1/p2p2Pp/1p1Rn3/4PB2/6Q1/PPP1B3/2K3R1 w - -"},

@@ -136,7 +136,7 @@ std::size_t play_moves(const std::string& line, std::size_t place) {
 }  // namespace
 
 void set_up_initial_game() {
-    // As a fresh program does it: the key is computed before there is a side to move.
+    // QUIRK: as init_engine() does it, the key is computed before there is a side to move.
     side = 0;
     ep_square = 0;
     begin_initial_position();

@@ -38,7 +38,7 @@ constexpr int ROOK_ENDING_LOOSE_KNIGHT = 4;
 constexpr int ROOK_ENDING_WRONG_CORNER = 15;  // of the bishop's colour; its king can be mated there
 
 // clang-format off
-// How far from the edge the bare king still is. Deliberately not symmetric: a7 and h7.
+// How far from the edge the bare king still is. QUIRK: a7 and h7 differ.
 constexpr SquareTable lone_king_centre = drawn({
      0,  4,  8, 16, 16,  8,  4,  0,
      8, 32, 40, 48, 48, 40, 32,  4,
@@ -50,7 +50,7 @@ constexpr SquareTable lone_king_centre = drawn({
      0,  4,  8, 16, 16,  8,  4,  0,
 });
 
-// Bishop on light squares: mate is given at a8 or h1. Deliberately irregular at b6, a5, b5.
+// Bishop on light squares: mate is given at a8 or h1. QUIRK: irregular at b6, a5 and b5.
 constexpr SquareTable light_corner_table = drawn({
       0,  10,  20,  30,  60, 100, 150, 200,
      10,  20,  30,  60, 100, 150, 200, 150,

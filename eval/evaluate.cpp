@@ -90,7 +90,8 @@ void reset_trace() {
     }
 }
 
-// Queen with one minor piece still attacks too well for the endgame terms; deliberate.
+// QUIRK: a queen with one minor piece counts as a middlegame although there is so little material:
+// it still attacks too well for the endgame terms.
 bool is_queen_and_minor(int piece_material) {
     return piece_material == QUEEN_AND_KNIGHT || piece_material == QUEEN_AND_BISHOP;
 }

@@ -1,6 +1,6 @@
 // Attacks as sets of squares. A slider's reach on a line is found by subtraction: taking the
-// slider's bit twice from the men ahead of it flips everything up to the first of them; the other
-// direction is the same with the bytes reversed (hyperbola quintessence: Isenberg and Osborn
+// slider's bit twice from the pieces ahead of it flips everything up to the first of them; the
+// other direction is the same with the bytes reversed (hyperbola quintessence: Isenberg and Osborn
 // 2007). Ranks have no reverse by bytes, so theirs come from a table.
 #include "eval/square_set.h"
 
@@ -32,17 +32,17 @@ constexpr SetTable antidiagonal =
     related_squares([](int files, int ranks) { return files == -ranks; });
 constexpr SetTable file_line = related_squares([](int files, int) { return files == 0; });
 
-// Row: the six inner men of a rank. Column: the slider's file from 0.
+// Row: the six inner squares of a rank. Column: the slider's file from 0.
 constexpr auto rank_reach = [] {
     std::array<std::array<std::uint8_t, 8>, 64> table{};
     for (unsigned inner = 0; inner < 64; ++inner) {
-        const unsigned men = inner << 1;
+        const unsigned occupied = inner << 1;
         for (int file = 0; file < 8; ++file) {
             unsigned reach = 0;
             for (const int step : {1, -1}) {
                 for (int to = file + step; to >= 0 && to < 8; to += step) {
                     reach |= 1U << to;
-                    if ((men >> to & 1U) != 0) break;
+                    if ((occupied >> to & 1U) != 0) break;
                 }
             }
             table[inner][at(file)] = static_cast<std::uint8_t>(reach);

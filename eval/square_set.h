@@ -59,7 +59,7 @@ template <int Us> constexpr SquareSet step_forward(SquareSet set) {
 }
 
 // ---------------------------------------------------------------------------
-// Attacks of pieces by bit number, and by all men on the board for those that slide
+// Attacks of pieces by bit number, and by all pieces on the board for those that slide
 // ---------------------------------------------------------------------------
 
 /// Squares a knight's move away.

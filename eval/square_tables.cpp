@@ -24,7 +24,7 @@ constexpr SquareTable pawn_square_table = drawn({
       0,   0,   0,   0,   0,   0,   0,   0,
 });
 
-// Knights. Deliberately asymmetric: the far corners cost -140, the near ones -40.
+// Knights. QUIRK: the far corners cost -140, the near ones -40.
 constexpr SquareTable knight_square_table = drawn({
     -140,  -40,  -20,  -20,  -20,  -20,  -40, -140,
      -40,  -20,    0,    5,    5,    0,  -20,  -40,
@@ -36,7 +36,7 @@ constexpr SquareTable knight_square_table = drawn({
      -40,  -20,  -10,  -10,  -10,  -10,  -20,  -40,
 });
 
-// Bishops, with the fianchetto squares b2 and g2. Deliberately h4 is -15 and a4 -10.
+// Bishops, with the fianchetto squares b2 and g2. QUIRK: h4 is -15 and a4 -10.
 constexpr SquareTable bishop_square_table = drawn({
     -15, -10, -10, -10, -10, -10, -10, -15,
     -10, -10,  -5,  -5,  -5,  -5, -10, -10,
@@ -72,7 +72,7 @@ constexpr SquareTable queen_square_table = drawn({
     -5, -5, -5, -5, -5, -5, -5, -5,
 });
 
-// King, middlegame and transition. Deliberately asymmetric on the first rank.
+// King, middlegame and transition. QUIRK: not symmetric on the first rank.
 constexpr SquareTable king_square_table = drawn({
     -80, -80, -80, -80, -80, -80, -80, -80,
     -80, -80, -80, -80, -80, -80, -80, -80,
@@ -96,8 +96,8 @@ constexpr SquareTable king_endgame_table = drawn({
     -30, -20, -10,  -5,  -5, -10, -20, -30,
 });
 
-// Queens, endgame. Ranks 6 to 8 stand one file to the left of what their shape suggests, their
-// first value on the border, with 0 on the h-file; a deliberate part of the scoring.
+// Queens, endgame. QUIRK: ranks 6 to 8 stand one file to the left of what their shape suggests,
+// their first value on the border, with 0 on the h-file.
 constexpr SquareTable queen_endgame_table = [] {
     SquareTable table = drawn({
         -20, -10,  -8,  -8, -10, -20, -30,   0,

@@ -19,6 +19,7 @@ void take(int value) { take(static_cast<std::uint64_t>(static_cast<std::int64_t>
 }  // namespace
 
 std::uint64_t tree_digest = FNV_START;
+std::function<void(const EnteredNode&)> node_observer;
 
 void reset_tree_digest() { tree_digest = FNV_START; }
 
@@ -31,6 +32,7 @@ void record_node(char kind, int alpha, int beta, int depth, bool allow_null, boo
     take(allow_null ? 1 : 0);
     take(node_in_check ? 1 : 0);
     take(hash_key);
+    if (node_observer) node_observer({kind, alpha, beta, depth, allow_null, node_in_check});
 }
 
 }  // namespace tarsimo

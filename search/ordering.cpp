@@ -1,4 +1,4 @@
-// Move ordering memory: three killers a ply and the history table (Schaeffer, "The history
+// Move ordering memory: three killers per ply and the history table (Schaeffer, "The history
 // heuristic", 1983). The lists read both when a move is added; the searches write them here.
 #include "search/ordering.h"
 
@@ -72,7 +72,7 @@ void update_killers(const Move& move, int score) {
         mate_killer.to = move.to;
     } else if (move.captured == 0 && move.promotion <= ROOK && !first.same_move(move)) {
         second = first;
-        first.from = move.from;  // the third value keeps what it held; deliberate
+        first.from = move.from;  // QUIRK: the third value keeps what it held
         first.to = move.to;
     }
 }

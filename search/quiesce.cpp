@@ -69,9 +69,9 @@ int quiesce(int alpha, int beta, int qply) {
 
         if (score <= best) continue;
         if (score > alpha) {
-            if (score >= beta) return beta;  // hard, where stand pat is soft; deliberate
+            if (score >= beta) return beta;  // QUIRK: a hard bound, where stand pat gives the score
             update_pv(index);
-            alpha = best;  // one improvement behind, even below the alpha passed in; deliberate
+            alpha = best;  // QUIRK: one improvement behind, even below the alpha passed in
         }
         best = score;
     }

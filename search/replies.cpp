@@ -27,7 +27,7 @@ enum class Reduction { REPLIES, ROOT };
 template <Reduction Rule> bool is_reduced(const Move& move, int type, int n, bool gives_check) {
     if (n < LMR_MIN_REPLY || move.promotion != 0) return false;
     if constexpr (Rule == Reduction::REPLIES) {
-        // Captures are reduced here, unlike in search(); deliberate.
+        // QUIRK: captures are reduced here, unlike in search().
         if (gives_check || move.castle != 0 || current_move_score >= history_max) return false;
     } else {
         if (move.captured != 0) return false;
@@ -87,7 +87,7 @@ template <Reduction Rule> RootReplies reply_node(int beta, int depth) {
         best_from = move.from;
         best_to = move.to;
         if (score <= alpha) continue;
-        // Credit neither squared nor followed by ageing, unlike in search(); deliberate.
+        // QUIRK: credit is neither squared nor followed by ageing, unlike in search().
         credit_history(move, depth / 2);
         if (score >= beta) {
             update_killers(move, score);

@@ -44,12 +44,12 @@ constexpr int RAZOR_BASE = 500;
 constexpr int RAZOR_SLOPE = 32;  // centipawns a half-ply
 
 constexpr int STATIC_NULL_MAX_DEPTH = 6;
-constexpr int STATIC_NULL_MARGIN = 150;  // centipawns a ply
+constexpr int STATIC_NULL_MARGIN = 150;  // centipawns per ply
 
 constexpr int NULL_MIN_DEPTH = 4;
 constexpr int NULL_MIN_MATERIAL = 331;  // more than a bishop, or zugzwang is too likely
 constexpr int NULL_REDUCTION = 3;       // plies
-constexpr int NULL_EVAL_MARGIN = 99;    // a larger lead over beta reduces a ply more
+constexpr int NULL_EVAL_MARGIN = 99;    // a larger lead over beta reduces one ply more
 constexpr int NULL_FEW_PIECES = 2;      // of a side: the other rule of reduction then
 constexpr int NULL_VERIFY_MIN_DEPTH = 12;
 

@@ -12,7 +12,7 @@ struct SearchStatistics {
     std::uint64_t static_null;  ///< nodes left by the static null move
     std::uint64_t futility;     ///< moves skipped by futility pruning
     std::uint64_t lmr;          ///< reduced searches begun
-    std::uint64_t on_trial;     ///< always 0: printed, counted by nothing; deliberate
+    std::uint64_t on_trial;     ///< QUIRK: printed, but counted by nothing
     std::uint64_t extensions;   ///< extended moves, checks included
     std::uint64_t check_extensions;
     std::uint64_t hash_probes;

@@ -14,15 +14,15 @@ namespace {
 
 using namespace tarsimo;
 
-constexpr char ARROW[] = " =>";
-
 constexpr char USAGE[] = R"(usage: tarsimo-tree COMMAND ...
        tarsimo-tree < COMMANDS
        tarsimo-tree --pin < OLD > NEW
 
 Prints the figures of single searches. Without arguments commands are read from
 standard input, one per line. --pin reads a list of pinned figures, such as
-tests/data/trees.txt, and prints it with the figures of this build.
+tests/data/trees.txt, and prints it with the figures of this build; it refuses
+when two commands under a comment "# pair" have equal figures, since they no
+longer show their rule.
 
   FEN ; DEPTH ; ALPHA ; BETA     search from a clean state, depth in half-plies
   replies FEN ; BETA ; DEPTH     reply search
@@ -43,21 +43,18 @@ std::string figures_of(const std::string& command) {
     return "not understood: " + tool::printable(command) + ": " + figures;
 }
 
-// Comments stay; figures on the lines below a command are made anew with it.
-void pin(const std::string& line) {
-    const auto arrow = line.find(ARROW);
-    if (line.empty() || line[0] == '#') {
-        std::printf("%s\n", line.c_str());
-    } else if (arrow != std::string::npos) {
-        const std::string command = line.substr(0, arrow);
-        const std::string figures = figures_of(command);
-        const bool several_lines = figures.find('\n') != std::string::npos;
-        std::printf("%s%s%s%s\n", command.c_str(), ARROW, several_lines ? "\n" : " ",
-                    figures.c_str());
-    }
-}
-
 int finish() { return tool::finish_output(all_understood ? EXIT_SUCCESS : tool::EXIT_IMPOSSIBLE); }
+
+// Prints nothing when the list must not be used.
+int pin_list() {
+    const tree::Pinned pinned = tree::pin(std::cin);
+    if (!pinned.refusal.empty()) {
+        std::fprintf(stderr, "%s", pinned.refusal.c_str());
+        return tool::EXIT_IMPOSSIBLE;
+    }
+    std::printf("%s", pinned.list.c_str());
+    return finish();
+}
 
 }  // namespace
 
@@ -67,14 +64,12 @@ int main(int argc, char** argv) {
     if (argc > 1 && argv[1][0] == '-' && !pinning) tool::reject_command_line(USAGE);
     init_engine();
     stop_test_enabled = false;
-    if (!pinning) {
-        for (int i = 1; i < argc; ++i) std::printf("%s\n", figures_of(argv[i]).c_str());
-    }
-    if (argc > 1 && !pinning) return finish();
+    if (pinning) return pin_list();
+    for (int i = 1; i < argc; ++i) std::printf("%s\n", figures_of(argv[i]).c_str());
+    if (argc > 1) return finish();
     std::string line;
     while (std::getline(std::cin, line)) {
-        if (pinning) pin(line);
-        else std::printf("%s\n", figures_of(line).c_str());
+        std::printf("%s\n", figures_of(line).c_str());
         std::fflush(stdout);
     }
     if (std::ferror(stdin) != 0) tool::fail("cannot read the standard input");

@@ -25,10 +25,12 @@
 #include "search/statistics.h"
 #include "tools/command_line.h"
 
+#include <algorithm>
 #include <array>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
+#include <istream>
 #include <string>
 #include <vector>
 
@@ -178,6 +180,44 @@ inline bool execute(const std::string& line, std::string& figures) {
         return refuse("no command has this form");
     }
     return true;
+}
+
+/// What stands between a command and its figures in a list of pinned ones.
+inline constexpr char ARROW[] = " =>";
+
+/// A list of pinned figures with those of this build.
+struct Pinned {
+    std::string list;
+    std::string refusal;  ///< why the list must not be used; empty when it may
+};
+
+/// Make a list of pinned figures anew. Comments stay, and the figures of a command are replaced,
+/// those on the lines below it included. Under a comment that begins with "# pair" stand the two
+/// sides of a rule: their figures must differ, or the pair no longer shows the rule.
+inline Pinned pin(std::istream& old) {
+    Pinned pinned;
+    int of_pair = 0;  // commands of a pair that are still to come
+    std::string first_side;
+    std::string line;
+    while (std::getline(old, line)) {
+        const auto arrow = line.find(ARROW);
+        if (line.empty() || line[0] == '#') {
+            pinned.list += line + "\n";
+            if (line.rfind("# pair", 0) == 0) of_pair = 2;
+        } else if (arrow != std::string::npos) {
+            const std::string command = line.substr(0, arrow);
+            std::string figures;
+            if (!execute(command, figures)) pinned.refusal += "not understood: " + command + "\n";
+            if (of_pair == 1 && figures == first_side) {
+                pinned.refusal += "no difference within the pair: " + command + "\n";
+            }
+            if (of_pair == 2) first_side = figures;
+            of_pair = std::max(of_pair - 1, 0);
+            const bool several_lines = figures.find('\n') != std::string::npos;
+            pinned.list += command + ARROW + (several_lines ? "\n" : " ") + figures + "\n";
+        }
+    }
+    return pinned;
 }
 
 }  // namespace tarsimo::tree

@@ -27,7 +27,8 @@ while [ $# -gt 0 ]; do
 done
 [ -n "$build" ] || exit 0
 mkdir "$build/being-built" || { echo overlap >>"$RECORD"; exit 1; }
-mktemp >>"$RECORD.files"
+mktemp >/dev/null
+echo >>"$RECORD.files" # bash outlives SIGINT while a child that ends well is running
 sleep "${DURATION-0.3}"
 for program in tarsimo tarsimo-uci tarsimo-bench; do
     printf '#!/bin/sh\\necho "$0"\\n' >"$build/$program"

@@ -1,10 +1,11 @@
-// The lists of known results: legal paths of well-known positions, pinned trees, and single
-// cases of set-up, moves, clock and texts.
+// The lists of known results: legal paths of well-known positions, the signature of whole trees,
+// exchange values and move lists, and single cases of set-up, moves and texts.
 #include "support.h"
 
 #include "tools/tree_commands.h"
 
 #include <cinttypes>
+#include <map>
 #include <sstream>
 
 namespace tarsimo::test {
@@ -60,84 +61,77 @@ std::string quoted_output_of(const std::function<void()>& function) {
     return "\"" + text + "\"";
 }
 
-// Carries out a command of the case list; the forms are told there.
-std::string case_figures(const std::string& line) {
-    const std::string command = first_word(line);
-    const std::string rest = line.substr(line.find(command) + command.size());
-    auto fields = tree::split(rest, ';');
-    for (std::string& field : fields) field = tree::trimmed(field);
-    std::array<int, 7> n{};
-    std::istringstream numbers(rest);
-    for (int& number : n) numbers >> number;
+// ---------------------------------------------------------------------------
+// Commands of the case list, which tells their forms: from the fields of a line to its figures.
+// ---------------------------------------------------------------------------
 
-    if (command == "fen") {
-        side = BLACK;
-        const std::string output = quoted_output_of([&] { set_position_fen(fields[0]); });
-        return position_text() + " " + output;
+using Fields = std::vector<std::string>;
+
+std::string set_up_text(const Fields& fields) {
+    side = BLACK;
+    const std::string output = quoted_output_of([&] { set_position_fen(fields[0]); });
+    return position_text() + " " + output;
+}
+
+std::string make_moves(const Fields& fields) {
+    set_position_fen(fields[0]);
+    play(fields[1]);
+    return position_text();
+}
+
+std::string print_one_move(const Fields& fields) {
+    set_position_fen(fields[0]);
+    const auto print = [index = find_move(fields[1])] { print_move(index); };
+    const std::string console = quoted_output_of(print);
+    xboard_mode = true;
+    voice = &cecp_voice;
+    return console + " " + quoted_output_of(print);
+}
+
+std::string enter_move(const Fields& fields) {
+    set_position_fen(fields[0]);
+    std::string text = fields[1];
+    bool made = false;
+    const std::string output = quoted_output_of([&] { made = parse_user_move(text); });
+    EXPECT_EQ(can_take_back(1), made);
+    return text + (made ? " made " : " refused ") + output + " " + position_text();
+}
+
+std::string read_number(const Fields& fields) {
+    return std::to_string(parse_number(fields[0], std::stoi(fields[1])));
+}
+
+const std::map<std::string, std::string (*)(const Fields&)> case_commands = {
+    {"fen", set_up_text}, {"make", make_moves},    {"print", print_one_move},
+    {"user", enter_move}, {"number", read_number},
+};
+
+std::string case_figures(const std::string& line) {
+    const std::string name = first_word(line);
+    const auto command = case_commands.find(name);
+    if (command == case_commands.end()) return "not understood";
+    Fields fields = tree::split(line.substr(line.find(name) + name.size()), ';');
+    for (std::string& field : fields) field = tree::trimmed(field);
+    return command->second(fields);
+}
+
+// The figures of every command of a list, made with the tree tool's own functions.
+void expect_figures(const std::string& file) {
+    const std::string arrow = tree::ARROW;
+    const auto lines = data_lines(file);
+    ASSERT_GT(lines.size(), 150U);
+    for (std::size_t i = 0; i < lines.size();) {
+        const auto end = lines[i].find(arrow);
+        ASSERT_NE(end, std::string::npos) << lines[i];
+        const std::string command = lines[i].substr(0, end);
+        std::string expected = tree::trimmed(lines[i].substr(end + arrow.size()));
+        for (++i; i < lines.size() && lines[i].find(arrow) == std::string::npos; ++i) {
+            expected += (expected.empty() ? "" : "\n") + lines[i];
+        }
+        std::string figures;
+        ASSERT_TRUE(tree::execute(command, figures)) << command;
+        EXPECT_EQ(figures, expected) << command;
     }
-    if (command == "make") {
-        set_position_fen(fields[0]);
-        play(fields[1]);
-        return position_text();
-    }
-    if (command == "print") {
-        set_position_fen(fields[0]);
-        const auto print = [index = find_move(fields[1])] { print_move(index); };
-        const std::string console = quoted_output_of(print);
-        xboard_mode = true;
-        voice = &cecp_voice;
-        return console + " " + quoted_output_of(print);
-    }
-    if (command == "user") {
-        set_position_fen(fields[0]);
-        bool made = false;
-        const std::string output = quoted_output_of([&] { made = parse_user_move(fields[1]); });
-        EXPECT_EQ(can_take_back(1), made);
-        return fields[1] + (made ? " made " : " refused ") + output + " " + position_text();
-    }
-    if (command == "clock") {
-        int left = 77;
-        GameClock clock{n[2], n[3], n[4], n[0], n[1]};
-        const int budget = allocate_time(clock, left, n[5], n[6] == WHITE);
-        return std::to_string(budget) + " left " + std::to_string(left) + " level " +
-               std::to_string(clock.level_moves);
-    }
-    if (command == "stop") {
-        stop_test_enabled = true;
-        start_clock_ago(n[0]);
-        time_budget_ms = n[1];
-        moves_left = n[2];
-        root.first_root_move = n[3] != 0;
-        time_extended = n[4] != 0;
-        time_limit_ms = n[5];
-        return input_pending() ? "stop" : "on";
-    }
-    if (command == "table" || command == "cut") {
-        set_up("rnbqk2r/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQK2R w KQkq -");
-        search_ply = n[3];
-        tt_store(n[0], n[1], n[2], D2, D4);
-        search_ply = n[6];
-        bool null_ok = true;
-        int score = 0;
-        if (command == "table") n[0] = tt_probe(n[4], score, n[5], null_ok);
-        else score = search(n[4], n[5], 4, false, false);
-        search_ply = 0;
-        if (command == "cut") return nodes == 0 ? std::to_string(score) : "searched";
-        return std::to_string(n[0]) + " score " + std::to_string(score) + " null " +
-               std::to_string(null_ok) + " hits " + std::to_string(statistics.hash_hits) + " " +
-               square_name(hash_move.from) + square_name(hash_move.to);
-    }
-    if (command == "prune" || command == "skip") {
-        set_up(fields[1]);
-        const int alpha = evaluate(-INF, INF) + n[1];
-        history_max = n[2];
-        search(alpha, alpha + 1, n[0], false, false);
-        if (command == "skip") return "nodes " + std::to_string(nodes);
-        return "futility " + std::to_string(statistics.futility);
-    }
-    if (command == "reduction") return std::to_string(late_move_reduction(n[0], n[1]));
-    if (command == "number") return std::to_string(parse_number(fields[0], std::stoi(fields[1])));
-    return "not understood";
 }
 
 // Deeper counts of the suite are left to the perft tool.
@@ -162,24 +156,24 @@ TEST_F(Data, LegalPaths) {
     }
 }
 
-// Score, nodes, every counter, the digest of all nodes entered, and the variation; exchange
-// values, evaluations and lists: they change exactly when search or evaluation does.
-TEST_F(Data, Trees) {
-    const std::string arrow = " =>";
-    const auto lines = data_lines("trees.txt");
-    ASSERT_GT(lines.size(), 600U);
-    for (std::size_t i = 0; i < lines.size();) {
-        const auto end = lines[i].find(arrow);
-        ASSERT_NE(end, std::string::npos) << lines[i];
-        const std::string command = lines[i].substr(0, end);
-        std::string expected = tree::trimmed(lines[i].substr(end + arrow.size()));
-        for (++i; i < lines.size() && lines[i].find(arrow) == std::string::npos; ++i) {
-            expected += (expected.empty() ? "" : "\n") + lines[i];
-        }
-        std::string figures;
-        ASSERT_TRUE(tree::execute(command, figures)) << command;
-        EXPECT_EQ(figures, expected) << command;
-    }
+// Score, nodes, every counter, the digest of all nodes entered, and the variation of whole trees;
+// evaluations. They change exactly when search or evaluation does.
+TEST_F(Data, Trees) { expect_figures("trees.txt"); }
+
+TEST_F(Data, PinningRefusesEqualSidesOfAPair) {
+    const auto pinned = [](const std::string& second_side) {
+        std::istringstream list(
+            "# pair: a guard\nsee 4k3/8/4p3/3p4/8/8/8/3QK3 w - - d1 d5 => old\n" + second_side +
+            " =>\nold\n# end\n");
+        return tree::pin(list);
+    };
+    const std::string unguarded = "see 4k3/8/8/3p4/8/8/8/3QK3 w - - d1 d5";
+    EXPECT_EQ(pinned(unguarded).refusal, "");
+    EXPECT_EQ(pinned(unguarded).list,
+              "# pair: a guard\nsee 4k3/8/4p3/3p4/8/8/8/3QK3 w - - d1 d5 => see -1100\n" +
+                  unguarded + " => see 100\n# end\n");
+    EXPECT_NE(pinned("see 4k3/8/2p5/3p4/8/8/8/3QK3 w - - d1 d5").refusal, "");
+    EXPECT_NE(pinned("see nothing").refusal, "");
 }
 
 // What the tree tool cannot set up or search gets a reason, and no figures of something else.
@@ -199,10 +193,12 @@ TEST_F(Data, TreeCommandsWithoutSenseAreRefused) {
         EXPECT_FALSE(figures.empty()) << bad;
     }
 }
+// Exchange values and move lists with their scores.
+TEST_F(Data, Lists) { expect_figures("lists.txt"); }
 
 TEST_F(Data, Cases) {
     const auto lines = data_lines("cases.txt");
-    ASSERT_GT(lines.size(), 100U);
+    ASSERT_GT(lines.size(), 70U);
     for (const std::string& line : lines) {
         const auto arrow = line.find(" => ");
         ASSERT_NE(arrow, std::string::npos) << line;

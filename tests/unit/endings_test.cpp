@@ -305,6 +305,89 @@ TEST_F(Endings, ColourFlippedTwinsAreEqual) {
 }
 
 // ---------------------------------------------------------------------------
+// Bare kings
+// ---------------------------------------------------------------------------
+
+// How far from the edge a king is: by the steps of rank and file from it. a7 is an exception.
+int centre_value(int sq) {
+    constexpr std::array<std::array<int, 4>, 4> quarter = {
+        {{0, 4, 8, 16}, {4, 32, 40, 48}, {8, 40, 56, 64}, {16, 48, 64, 99}}};
+    const int file = square_file[at(sq)];
+    const int rank = square_rank[at(sq)];
+    if (sq == A7) return 8;
+    return quarter[at(std::min(rank, 9 - rank) - 1)][at(std::min(file, 9 - file) - 1)];
+}
+
+// How far from the bishop's corners: by the diagonal. Four squares are exceptions.
+int corner_value(int sq, bool dark) {
+    constexpr std::array<int, 8> by_diagonal = {200, 150, 100, 60, 30, 20, 10, 0};
+    const int file = square_file[at(sq)];
+    const int rank = square_rank[at(sq)];
+    if (dark) return by_diagonal[at(std::abs(file + rank - 9))];
+    if (sq == A4 || sq == B5) return 40;
+    if (sq == A5 || sq == B6) return 60;
+    return by_diagonal[at(std::abs(file - rank))];
+}
+
+// The bare king everywhere, both colours, both sides to move; the others in the middle.
+TEST_F(Endings, BareKing) {
+    struct Case {
+        std::vector<std::pair<int, int>> strong;
+        int won;  // before distances and tables
+    };
+    const std::vector<Case> cases = {{{{KING, D4}, {ROOK, D5}}, 10000},
+                                     {{{KING, D5}, {BISHOP, D4}, {BISHOP, E4}}, 10000},
+                                     {{{KING, D4}, {ROOK, D5}, {QUEEN, E5}}, 10000},
+                                     {{{KING, D4}, {BISHOP, D5}, {KNIGHT, E5}}, 990},
+                                     {{{KING, D4}, {BISHOP, E5}, {KNIGHT, D5}}, 990}};
+    for (int n = 0; n < 64 * 4 * static_cast<int>(cases.size()); ++n) {
+        const Case& c = cases[at(n / 256)];
+        const int lone = square_of(n % 64);
+        auto men = c.strong;
+        men.push_back({-KING, lone});
+        const auto on_lone = [lone](const auto& man) { return man.second == lone; };
+        if (std::count_if(men.begin(), men.end(), on_lone) > 1) continue;
+        const bool exchanged = n / 64 % 2 == 1;
+        const bool strong_to_move = n / 128 % 2 == 1;
+        place(men, strong_to_move ? WHITE : BLACK, exchanged);
+
+        const int lone_square = exchanged ? white_king_sq : black_king_sq;
+        const int bishop = exchanged ? mirror_square[at(men[1].second)] : men[1].second;
+        const int kings = square_distance[at(white_king_sq)][at(black_king_sq)];
+        const int score =
+            c.won - 12 * kings -
+            (c.won == 10000 ? centre_value(lone_square)
+                            : corner_value(lone_square, square_colour[at(bishop)] == 1));
+        ASSERT_EQ(evaluate(-INF, INF), strong_to_move ? score : -score) << n;
+    }
+}
+
+// Nobody can mate: a draw whatever the window, before anything is counted.
+TEST_F(Endings, BareMinorPieces) {
+    const auto is_dead_draw = [](const char* fen, int to_move) {
+        set_up(fen);
+        side = to_move;
+        const int score = evaluate(5000, 5001);
+        const bool uncounted = eval_lazy_count + eval_hash_count + eval_full_count == 0;
+        EXPECT_TRUE(!uncounted || score == 0);
+        return uncounted;
+    };
+    for (const int to_move : {WHITE, BLACK}) {
+        for (const char* fen : {"4k3/8/8/8/8/8/8/4K3 w - -", "4k3/8/8/8/N7/8/8/4K3 w - -",
+                                "4k3/8/8/8/b7/8/8/4K3 w - -", "4k3/8/8/8/NN6/8/8/4K3 w - -",
+                                "4k3/8/8/8/NNnn4/8/8/4K3 w - -", "4k3/8/8/8/NNb5/8/8/4K3 w - -"}) {
+            EXPECT_TRUE(is_dead_draw(fen, to_move)) << fen;
+        }
+        for (const char* fen : {"4k3/8/8/8/P7/8/8/4K3 w - -", "4k3/8/8/8/BB6/8/8/4K3 w - -",
+                                "4k3/8/8/8/bn6/8/8/4K3 w - -", "4k3/8/8/8/R7/8/8/4K3 w - -",
+                                "4k3/8/8/8/r7/8/8/4K3 w - -", "4k3/8/8/8/NNN5/8/8/4K3 w - -",
+                                "4k3/8/8/8/nnn5/8/8/4K3 w - -", "4k3/8/8/8/Nn5p/8/8/4K3 w - -"}) {
+            EXPECT_FALSE(is_dead_draw(fen, to_move)) << fen;
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------
 // Won endings
 // ---------------------------------------------------------------------------
 
@@ -317,7 +400,10 @@ TEST_F(Endings, SearchesSeeTheWayToTheMate) {
     EXPECT_EQ(static_score(9900, 9901), 10000 - 12 * 4 - 99);
     side = BLACK;
     EXPECT_EQ(static_score(-9901, -9900), -(10000 - 12 * 4 - 99));
-    for (const char* fen : {"8/8/8/3k4/8/8/P7/KR6 w - -", "8/8/7n/3k4/8/8/8/KR6 w - -"}) {
+    set_up("8/8/8/3K4/8/8/8/kr6 b - -");
+    EXPECT_GT(static_score(9900, 9901), 9000);
+    for (const char* fen : {"8/8/8/3k4/8/8/P7/KR6 w - -", "8/8/7n/3k4/8/8/8/KR6 w - -",
+                            "8/7p/8/3k4/8/8/8/KR6 w - -"}) {
         set_up(fen);
         EXPECT_EQ(static_score(9900, 9901), evaluate(9900, 9901)) << fen;
         EXPECT_EQ(eval_lazy_count, 2U);

@@ -6,9 +6,19 @@
 #include <random>
 #include <sstream>
 
+namespace tarsimo {
+
+// In place of the program's own clock and end, which the linker then leaves in the library.
+int clock_ms() { return test::now_ms += test::tick_ms; }
+void end_program(int status) { std::exit(status); }
+
+}  // namespace tarsimo
+
 namespace tarsimo::test {
 
 StartUp start_up{};
+int now_ms = 0;
+int tick_ms = 0;
 
 void Engine::SetUp() {
     xboard_mode = false;
@@ -18,6 +28,7 @@ void Engine::SetUp() {
     side_key = start_up.side_key;
     compute_hash_key();
     reset_search();
+    tick_ms = 0;
     stop_test_enabled = stop_requested = pondering = time_extended = false;
     root = {};
     start_clock_ago(0);
@@ -111,7 +122,40 @@ std::vector<std::string> data_lines(const std::string& file) {
 
 void start_clock_ago(int elapsed) {
     search_start_ms =
-        static_cast<int>(static_cast<unsigned>(clock_ms()) - static_cast<unsigned>(elapsed));
+        static_cast<int>(static_cast<unsigned>(now_ms) - static_cast<unsigned>(elapsed));
+}
+
+int balance() { return side * (white_material - black_material); }
+
+void set_evaluation(int score) { eval_cache[hash_key % eval_cache_size] = {hash_key, score, side}; }
+
+void set_result(int score, int bound) {
+    constexpr int ANY_DEPTH = 200;
+    tt_store(bound, ANY_DEPTH, score, 0, 0);
+}
+
+void set_hash_move(const std::string& name) {
+    constexpr int USELESS_DEPTH = -100;
+    const Move& move = move_at(find_move(name));
+    tt_table[hash_key % tt_size] = {hash_key,      BOUND_LOWER, USELESS_DEPTH, 0,
+                                    tt_generation, move.from,   move.to,       0};
+}
+
+void after(const std::string& name, const std::function<void()>& function) {
+    const int index = find_move(name);
+    ASSERT_GE(index, 0) << "no move " << name;
+    make_move(index);
+    function();
+    unmake_move();
+}
+
+void after_every_move(const std::function<void()>& function) {
+    for_each_legal_move([&](int) { function(); });
+}
+
+void begin_at_ply(int ply) {
+    search_ply = ply;
+    list_start(ply) = 0;
 }
 
 std::string output_of(const std::function<void()>& function) {

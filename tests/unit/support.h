@@ -65,7 +65,7 @@ struct StartUp {
 extern StartUp start_up;
 
 /// A fresh engine on the console, deaf to clock and keyboard, with the keys of the program's
-/// first game.
+/// first game. The clock stands still.
 class Engine : public ::testing::Test {
   protected:
     void SetUp() override;
@@ -94,8 +94,31 @@ int visit_random_positions(int games, int plies, const std::function<void()>& vi
 /// Lines of a data file that are neither empty nor comments.
 std::vector<std::string> data_lines(const std::string& file);
 
+/// The tests' own clock: what clock_ms() answers, and by how much each reading moves it on.
+extern int now_ms;
+extern int tick_ms;
+
 /// Let the current think have begun so many milliseconds ago.
 void start_clock_ago(int elapsed);
+
+/// Material for the side to move less the opponent's. In a window near it no lazy exit is taken.
+int balance();
+
+/// Let evaluate() say this of the position, for the side to move, when no lazy exit is taken.
+void set_evaluation(int score);
+
+/// Let the transposition table say this of the position for any depth, for the side to move.
+void set_result(int score, int bound = BOUND_EXACT);
+
+/// Let a move of the position be the table's move, from a search too shallow for anything else.
+void set_hash_move(const std::string& name);
+
+/// Call a function in the position after a move, or after each legal move in turn.
+void after(const std::string& name, const std::function<void()>& function);
+void after_every_move(const std::function<void()>& function);
+
+/// Let the next search begin at a ply, without moves before it.
+void begin_at_ply(int ply);
 
 /// What a function prints.
 std::string output_of(const std::function<void()>& function);

@@ -1,0 +1,326 @@
+// Time: the budget of a move from the clocks, and the test that stops a search.
+#include "control/input.h"
+#include "support.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <limits>
+#include <random>
+#include <string_view>
+
+namespace tarsimo::test {
+
+namespace {
+
+class Clock : public Engine {};
+
+// Times in milliseconds. `level` and `control` are the moves to the end of the control, counted
+// from the start of the game, and the moves of one control.
+struct Clocks {
+    int own, opponent;
+    int level = 0, control = 0;
+    int increment = 0;
+    int half_moves = 0;
+    int engine = BLACK;
+};
+
+// What comes of it: the budget of the move, the moves left to the control (77 when that was not
+// touched), and the end of the control.
+struct Allocation {
+    int budget;
+    int left = 77;
+    int level = 0;
+    bool operator==(const Allocation&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Allocation& allocation) {
+    return out << allocation.budget << " ms, " << allocation.left << " moves left, control at "
+               << allocation.level;
+}
+
+Allocation allocate(const Clocks& clocks) {
+    GameClock clock{clocks.level, clocks.control, clocks.increment, clocks.own, clocks.opponent};
+    Allocation made{0};
+    made.budget = allocate_time(clock, made.left, clocks.half_moves, clocks.engine == WHITE);
+    made.level = clock.level_moves;
+    return made;
+}
+
+// A twentieth of the clock, a thirtieth when the opponent has more; half the increment on top.
+TEST_F(Clock, SuddenDeath) {
+    EXPECT_EQ(allocate({300000, 300000}), (Allocation{15000}));
+    EXPECT_EQ(allocate({300000, 300001}), (Allocation{10000}));
+    EXPECT_EQ(allocate({120000, 100000, 0, 0, 12000}), (Allocation{12000}));
+    EXPECT_EQ(allocate({120000, 120000, 0, 0, 12000}), (Allocation{12000}));
+    EXPECT_EQ(allocate({120000, 120001, 0, 0, 12000}), (Allocation{10000}));
+    EXPECT_EQ(allocate({300000, 0, 0, 0, -1000}), (Allocation{15000})) << "no such increment";
+    constexpr int MOST = 2147483647;
+    EXPECT_EQ(allocate({MOST, MOST, 0, 0, MOST}), (Allocation{1181116005}));
+}
+
+// The clock is shared out among the moves to the control, thirty of them at most.
+TEST_F(Clock, MovesToAControl) {
+    EXPECT_EQ(allocate({300000, 0, 40, 40}), (Allocation{10000, 40, 40}));
+    EXPECT_EQ(allocate({300000, 0, 40, 40, 0, 0, WHITE}), (Allocation{10000, 39, 40}))
+        << "white's own move counts";
+    EXPECT_EQ(allocate({300000, 0, 40, 40, 5000, 20}), (Allocation{10000, 30, 40}))
+        << "an increment changes nothing";
+    EXPECT_EQ(allocate({300000, 0, 40, 40, 0, 22}), (Allocation{10344, 29, 40}));
+    EXPECT_EQ(allocate({300000, 0, 40, 40, 0, 40, WHITE}), (Allocation{15789, 19, 40}));
+    EXPECT_EQ(allocate({300000, 0, 40, 40, 0, 41}), (Allocation{15000, 20, 40}))
+        << "half a move does not count";
+    // The last three keep a second in reserve.
+    EXPECT_EQ(allocate({61000, 0, 40, 40, 0, 72}), (Allocation{15250, 4, 40}));
+    EXPECT_EQ(allocate({61000, 0, 40, 40, 0, 74}), (Allocation{20000, 3, 40}));
+    EXPECT_EQ(allocate({61000, 0, 40, 40, 0, 78}), (Allocation{60000, 1, 40}));
+    EXPECT_EQ(allocate({500, 0, 40, 40, 0, 78}), (Allocation{-500, 1, 40}));
+}
+
+// The next control begins when one has been reached; beyond it the clock decides alone.
+TEST_F(Clock, ControlReachedOrPassed) {
+    EXPECT_EQ(allocate({360000, 0, 40, 40, 0, 80}), (Allocation{10000, 40, 80}));
+    EXPECT_EQ(allocate({360000, 0, 40, 40, 0, 78, WHITE}), (Allocation{10000, 40, 80}));
+    EXPECT_EQ(allocate({60000, 0, 5, 5, 0, 10}), (Allocation{12000, 5, 10}));
+    EXPECT_EQ(allocate({90000, 0, 10, 10, 0, 20}), (Allocation{10000, 10, 20}));
+    EXPECT_EQ(allocate({300000, 0, 40, 40, 0, 82}), (Allocation{15000, 77, 40}));
+    EXPECT_EQ(allocate({300000, 0, 40, 0, 0, 80}), (Allocation{15000, 77, 40}));
+    EXPECT_EQ(allocate({300000, 0, -3, -3}), (Allocation{15000, 77, -3}));
+}
+
+TEST_F(Clock, ReserveForTheWayToTheGui) {
+    EXPECT_EQ(clock_limit(100000), 99900);
+    EXPECT_EQ(clock_limit(400), 300);
+    EXPECT_EQ(clock_limit(399), 300);
+    EXPECT_EQ(clock_limit(40), 30);
+    EXPECT_EQ(clock_limit(0), 0);
+}
+
+// Games under every kind of control, each move taking all that the stop test can allow: the clock
+// never runs out, as long as a move reaches the interface within the reserve.
+TEST_F(Clock, NeverRunsOut) {
+    std::mt19937 random(20);
+    const auto pick = [&random](int low, int high) {
+        return low + static_cast<int>(random() % static_cast<unsigned>(high - low + 1));
+    };
+    for (int round = 0; round < 1000; ++round) {
+        const int control_moves = round % 3 == 2 ? pick(1, 60) : 0;
+        const int increment = round % 3 == 0 ? 0 : pick(0, 1) * pick(1, 60) * 1000;
+        const int base = 100 * (1 << pick(0, 16)) + pick(0, 99);
+        GameClock clock{control_moves, control_moves, increment, base, pick(0, 2 * base)};
+        const bool is_white = pick(0, 1) == 0;
+        moves_left = 20;
+        for (int ply = is_white ? 0 : 1; ply < 400; ply += 2) {
+            set_budget_by_clock(clock, ply, is_white);
+            const int overtime = moves_left < 5 ? 1 : 2;
+            const int spent = std::clamp(overtime * time_budget_ms, 0, time_limit_ms);
+            const auto lag = std::min<std::int64_t>(100, clock.own_time_ms / 4);
+            ASSERT_LE(spent + lag, clock.own_time_ms) << "round " << round << " ply " << ply;
+            clock.own_time_ms += increment - spent - lag;
+            const int opponent = static_cast<int>(clock.opponent_time_ms);
+            clock.opponent_time_ms = std::max(0, opponent + pick(-opponent / 10, increment));
+            if (control_moves > 0 && (ply / 2 + 1) % control_moves == 0) clock.own_time_ms += base;
+            ASSERT_LT(clock.own_time_ms, 2000000000);
+        }
+    }
+}
+
+__extension__ using Wide = __int128;
+
+// The budget formulas in numbers that cannot overflow. Divisions truncate.
+Wide wide_budget(const GameClock& clock, int half_moves, bool is_white) {
+    const Wide own = clock.own_time_ms;
+    const Wide share = own / (clock.opponent_time_ms > clock.own_time_ms ? 30 : 20);
+    const Wide increment = clock.level_increment_ms;
+    if (clock.level_moves == 0 && increment == 0) return share;
+    if (clock.level_moves == 0 && increment > 0) return share + increment / 2;
+    const Wide left = Wide{clock.level_moves} - half_moves / 2 - (is_white ? 1 : 0);
+    if (left > 3) return own / (left < 30 ? left : 30);
+    if (left > 0) return (own - 1000) / left;
+    if (left < 0 || clock.control_moves <= 0) return share;
+    return own / (clock.control_moves - clock.control_moves / 10);
+}
+
+// Whatever an interface sends, in numbers of 32 bits as they are read.
+TEST_F(Clock, AnyNumbers) {
+    constexpr int most = std::numeric_limits<int>::max();
+    std::mt19937 random(7);
+    const auto any = [&random] {
+        constexpr std::array<int, 12> special = {0,  1,   2,    3,     4,    -1,
+                                                 -2, 100, 6000, -6000, most, -most};
+        const auto bits = random();
+        if (bits % 3 != 0) return special[bits / 3 % special.size()];
+        return static_cast<int>(random() >> (random() % 32)) * (bits % 2 == 0 ? 1 : -1);
+    };
+    for (int round = 0; round < 200000; ++round) {
+        const int moves = any();
+        GameClock clock{moves, round % 2 == 0 ? moves : any(), any() * std::int64_t{1000},
+                        any() * std::int64_t{10}, any() * std::int64_t{10}};
+        const int half_moves = std::abs(any());
+        const bool is_white = round % 4 < 2;
+        const Wide exact = wide_budget(clock, half_moves, is_white);
+        const Wide clamped = std::clamp<Wide>(exact, -most, most);
+        int left = 20;
+        GameClock after = clock;
+        ASSERT_EQ(allocate_time(after, left, half_moves, is_white), clamped) << "round " << round;
+        ASSERT_GT(left, 0);
+
+        set_budget_by_clock(clock, half_moves, is_white);
+        ASSERT_LE(time_budget_ms, time_limit_ms);
+        ASSERT_LE(time_limit_ms, std::max<std::int64_t>(clock.own_time_ms, 0));
+    }
+}
+
+// ---------------------------------------------------------------------------
+// The stop test
+// ---------------------------------------------------------------------------
+
+// Standard input from a pipe, as long as it lives.
+class Input {
+  public:
+    Input() : saved_(dup(STDIN_FILENO)) {
+        EXPECT_EQ(pipe(ends_.data()), 0);
+        dup2(ends_[0], STDIN_FILENO);
+        restart_input();
+    }
+    ~Input() {
+        end();
+        close(ends_[0]);
+        dup2(saved_, STDIN_FILENO);
+        close(saved_);
+        restart_input();
+    }
+    Input(const Input&) = delete;
+    Input& operator=(const Input&) = delete;
+
+    void send(std::string_view text) const {
+        EXPECT_EQ(write(ends_[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+    void end() {
+        if (ends_[1] >= 0) close(ends_[1]);
+        ends_[1] = -1;
+    }
+
+  private:
+    int saved_;
+    std::array<int, 2> ends_{};
+};
+
+class StopTest : public Engine {
+  protected:
+    Input input;
+
+    void SetUp() override {
+        Engine::SetUp();
+        stop_test_enabled = true;
+        time_budget_ms = 50000;
+        time_limit_ms = NO_TIME_LIMIT;
+        moves_left = 20;
+    }
+    static bool stops_at(int elapsed) {
+        start_clock_ago(elapsed);
+        return input_pending();
+    }
+};
+
+TEST_F(StopTest, ElapsedTimeAcrossTheWrapOfTheClock) {
+    now_ms = -2147483648 + 500;
+    search_start_ms = 2147483647 - 499;
+    EXPECT_EQ(elapsed_ms(), 1000);
+    now_ms = 0;
+}
+
+// A root move past the first may take two budgets, the first one only when the best move was
+// unstable; and never more than the clock has.
+TEST_F(StopTest, Overtime) {
+    EXPECT_FALSE(stops_at(50000));
+    EXPECT_FALSE(stops_at(99999));
+    EXPECT_TRUE(stops_at(100000));
+    root.first_root_move = true;
+    EXPECT_FALSE(stops_at(49999));
+    EXPECT_TRUE(stops_at(50000));
+    time_extended = true;
+    EXPECT_FALSE(stops_at(99999));
+    EXPECT_TRUE(stops_at(100000));
+    moves_left = 5;
+    EXPECT_FALSE(stops_at(50000));
+    moves_left = 4;
+    EXPECT_FALSE(stops_at(49999));
+    EXPECT_TRUE(stops_at(50000)) << "few moves to the control, none too many";
+
+    moves_left = 20;
+    time_limit_ms = 55000;
+    EXPECT_FALSE(stops_at(54999));
+    EXPECT_TRUE(stops_at(55000));
+    for (const int budget : {0, -500}) {
+        time_budget_ms = budget;
+        EXPECT_TRUE(stops_at(0));
+    }
+    stop_test_enabled = false;
+    EXPECT_FALSE(stops_at(1000000));
+}
+
+// Before the budget is spent the GUI is heard, afterwards the clock alone decides.
+TEST_F(StopTest, GuiIsHeard) {
+    voice = &cecp_voice;
+    EXPECT_FALSE(stops_at(0));
+    EXPECT_FALSE(stop_requested);
+    for (const char* line : {"?\n", "exit\n", " ? now\n"}) {
+        input.send(line);
+        EXPECT_TRUE(stops_at(0)) << line;
+        EXPECT_TRUE(stop_requested);
+        EXPECT_FALSE(line_waiting()) << "taken";
+    }
+    input.send("time 100\n");
+    EXPECT_FALSE(stops_at(0));
+    EXPECT_FALSE(stop_requested);
+    EXPECT_FALSE(line_waiting()) << "dropped";
+    input.send("?\n");
+    EXPECT_FALSE(stops_at(50000));
+    EXPECT_TRUE(line_waiting()) << "not looked at";
+    EXPECT_TRUE(stops_at(0));
+
+    // A search that owes a move goes on after the end of the input, analysis does not.
+    input.end();
+    EXPECT_FALSE(stops_at(0));
+    analyze_mode = true;
+    EXPECT_TRUE(stops_at(0));
+}
+
+// While pondering any line ends the search, and is left for the command loop; the clock does only
+// after three budgets.
+TEST_F(StopTest, Pondering) {
+    voice = &cecp_voice;
+    pondering = true;
+    root.first_root_move = true;
+    moves_left = 3;
+    EXPECT_FALSE(stops_at(149999));
+    EXPECT_FALSE(stop_requested);
+    EXPECT_TRUE(stops_at(150000));
+    EXPECT_FALSE(stop_requested);
+    input.send("time 100\n");
+    EXPECT_TRUE(stops_at(0));
+    EXPECT_TRUE(stop_requested);
+    std::string line;
+    EXPECT_TRUE(read_line(line));
+    EXPECT_EQ(line, "time 100");
+    input.end();
+    EXPECT_TRUE(stops_at(0));
+}
+
+// At the console any key stops; it begins the next line.
+TEST_F(StopTest, KeyAtTheConsole) {
+    EXPECT_FALSE(stops_at(0));
+    input.send("d\n");
+    EXPECT_TRUE(stops_at(0));
+    EXPECT_TRUE(stop_requested);
+    std::string line;
+    EXPECT_TRUE(read_line(line));
+    EXPECT_EQ(line, "d");
+    input.end();
+    EXPECT_FALSE(stops_at(0)) << "the end of the input is no key";
+}
+
+}  // namespace
+
+}  // namespace tarsimo::test

@@ -1,0 +1,447 @@
+// The think driver: iterations over the root moves, when they end, and what is played and said.
+// The test decides what every root move is worth in every iteration, and what time it is.
+#include "node_log.h"
+
+#include <algorithm>
+
+namespace tarsimo::test {
+
+namespace {
+
+constexpr int BUDGET_MS = 1000;
+constexpr int FLYING = 1 << 20;  // milliseconds at each look at the clock
+
+// What the positions two plies below the root are worth to the side that thinks, from the third
+// iteration on. LOST_LATER is mated a ply later than LOST.
+enum class Verdict { DRAW, LOST, LOST_LATER };
+
+// One search of a root move.
+struct RootMove {
+    int iteration;
+    int number;  // 1 for the first root move searched in the iteration
+    std::string move;
+    int beta;  // for the side that replies: what the move must beat, negated
+    bool first;
+};
+
+class Root : public Engine {
+  protected:
+    // The test's part: called when an iteration begins, with no time gone by; the verdict on a
+    // root move; its score in the first two iterations, which end in quiescence.
+    std::function<void(int iteration)> on_iteration = [](int) {};
+    std::function<Verdict(const RootMove&)> verdict = [](const RootMove&) { return Verdict::DRAW; };
+    std::function<int(const RootMove&)> score = [](const RootMove&) { return 0; };
+    std::function<bool()> stops_now = [] { return false; };  // asked at each reply in quiescence
+
+    std::vector<RootMove> searched;
+    Voice dialogue{};
+
+    void SetUp() override {
+        Engine::SetUp();
+        node_observer = [this](const EnteredNode& node) { observe(node); };
+    }
+    void TearDown() override { node_observer = nullptr; }
+
+    // Thinks about the position; returns what was printed. To the dialogue something always waits
+    // to be read, so that the tables' memory is left alone.
+    std::string think_aloud(bool xboard = true) {
+        searched.clear();
+        xboard_mode = xboard;
+        dialogue = xboard ? cecp_voice : console_voice;
+        dialogue.input_waiting = [] { return true; };
+        voice = &dialogue;
+        time_budget_ms = BUDGET_MS;
+        tick_ms = 0;
+        return output_of([] { think(); });
+    }
+    int iterations() const { return searched.empty() ? 0 : searched.back().iteration; }
+    static std::string last_move() {
+        const HistoryEntry& record = history_entry(game_ply - 1);
+        return square_name(record.from) + square_name(record.to);
+    }
+    static void set_elapsed(int ms) { now_ms = search_start_ms + ms; }
+
+  private:
+    void observe(const EnteredNode& node) {
+        if (node.kind == 'R') {
+            begin_root_move(node);
+        } else if (search_ply == 2 && node.kind == 'Q') {
+            set_evaluation(score(searched.back()));
+            if (stops_now()) {
+                stop_test_enabled = true;
+                time_budget_ms = 0;
+                nodes = STOP_TEST_INTERVAL - 1;
+            }
+        } else if (node.kind == 'S' && node.depth >= ONE_PLY) {
+            judge(verdict(searched.back()));
+        }
+    }
+    void begin_root_move(const EnteredNode& node) {
+        RootMove move = {node.depth / ONE_PLY + 1, 1, last_move(), node.beta, root.first_root_move};
+        if (searched.empty() || searched.back().iteration != move.iteration) {
+            tick_ms = 0;
+            set_elapsed(0);
+            on_iteration(move.iteration);
+        } else {
+            move.number = searched.back().number + (searched.back().move == move.move ? 0 : 1);
+        }
+        searched.push_back(move);
+    }
+    static void judge(Verdict verdict) {
+        if (search_ply == 2 && verdict == Verdict::DRAW) fifty = 100;
+        if (search_ply == 2 && verdict == Verdict::LOST) set_result(-31998, BOUND_UPPER);
+        if (search_ply == 3 && verdict == Verdict::LOST_LATER) set_result(31997, BOUND_LOWER);
+    }
+};
+
+constexpr const char* SEVEN_MOVES = "4k3/p7/8/8/8/8/7P/4K3 w - -";
+
+// ---------------------------------------------------------------------------
+// When thinking ends
+// ---------------------------------------------------------------------------
+
+TEST_F(Root, IterationsEndByDepth) {
+    const auto iterations_of = [this](const char* fen, int depth) {
+        set_up(fen);
+        max_depth = depth;
+        think_aloud();
+        return iterations();
+    };
+    EXPECT_EQ(iterations_of(SEVEN_MOVES, 7), 7);
+    EXPECT_EQ(iterations_of(SEVEN_MOVES, 200), 127);
+    EXPECT_EQ(iterations_of(SEVEN_MOVES, 0), 0);
+    EXPECT_EQ(last_move(), "e1f1") << "a legal move all the same";
+    EXPECT_EQ(iterations_of("k7/8/8/8/8/8/1r6/K7 w - -", 60), 4) << "a single legal move";
+}
+
+// A new iteration begins before 60 percent of the budget are gone.
+TEST_F(Root, IterationsEndByTime) {
+    for (const int elapsed : {599, 600}) {
+        set_up(SEVEN_MOVES);
+        max_depth = 12;
+        on_iteration = [elapsed](int iteration) {
+            if (iteration == 6) set_elapsed(elapsed);
+        };
+        think_aloud();
+        EXPECT_EQ(iterations(), elapsed == 599 ? 12 : 6);
+    }
+}
+
+// Two changes of the best move in an iteration, from the eighth on, earn the whole budget for the
+// next one.
+TEST_F(Root, UnstableBestMoveGetsMoreTime) {
+    const auto iterations_when = [this](int iteration, Verdict second, int elapsed) {
+        set_up(SEVEN_MOVES);
+        verdict = [=](const RootMove& move) {
+            if (move.iteration != iteration) return Verdict::DRAW;
+            return move.number == 1 ? Verdict::LOST : move.number == 2 ? second : Verdict::DRAW;
+        };
+        on_iteration = [=](int begun) { set_elapsed(begun < iteration ? 0 : elapsed); };
+        max_depth = 12;
+        think_aloud();
+        return iterations();
+    };
+    EXPECT_EQ(iterations_when(8, Verdict::LOST_LATER, 600), 9);
+    EXPECT_EQ(iterations_when(8, Verdict::LOST_LATER, BUDGET_MS), 9);
+    EXPECT_EQ(iterations_when(8, Verdict::LOST_LATER, BUDGET_MS + 1), 8);
+    EXPECT_EQ(iterations_when(8, Verdict::DRAW, 600), 8) << "one change";
+    EXPECT_EQ(iterations_when(7, Verdict::LOST_LATER, 600), 7) << "too early";
+}
+
+// A rook or queen taken back at once, after ten iterations and an eighth of the budget, if nothing
+// else was best since the third.
+TEST_F(Root, ObviousRecapture) {
+    constexpr const char* rook_takes_rook = "1r5k/7p/8/8/8/8/1R5P/K1B5 b - -";
+    const auto iterations_after = [this](const char* fen, int elapsed, int other_best_in = 0,
+                                         bool analysis = false) {
+        set_up(fen);
+        play("b8b2");
+        verdict = [=](const RootMove& move) {
+            const bool lost = move.iteration == other_best_in && move.number == 1;
+            return lost ? Verdict::LOST : Verdict::DRAW;
+        };
+        on_iteration = [elapsed](int) { set_elapsed(elapsed); };
+        max_depth = 12;
+        analyze_mode = analysis;
+        think_aloud();
+        analyze_mode = false;
+        return iterations();
+    };
+    EXPECT_EQ(iterations_after(rook_takes_rook, 125), 10);
+    EXPECT_EQ(last_move(), "a1b2");
+    EXPECT_EQ(iterations_after(rook_takes_rook, 124), 12);
+    EXPECT_EQ(iterations_after(rook_takes_rook, 125, 3), 10) << "an early change";
+    EXPECT_EQ(last_move(), "c1b2") << "takes back as well";
+    EXPECT_EQ(iterations_after(rook_takes_rook, 125, 4), 12);
+    EXPECT_EQ(iterations_after(rook_takes_rook, 125, 0, true), 12) << "in analysis";
+    EXPECT_EQ(iterations_after("1r5k/7p/8/8/8/8/1B5P/K1B5 b - -", 125), 12) << "took a bishop";
+    EXPECT_EQ(iterations_after("1r5k/7p/8/8/8/8/7P/K1B5 b - -", 125), 12) << "took nothing";
+    set_up("7k/b6p/8/8/3B4/8/7P/K7 b - -");
+    play("a7d4");
+    max_depth = 12;
+    think_aloud();
+    EXPECT_EQ(iterations(), 12) << "bishops";
+}
+
+// ---------------------------------------------------------------------------
+// Bounds of an iteration
+// ---------------------------------------------------------------------------
+
+// The lower bound is the last score less 40; when the first move misses it, that move is searched
+// again with the bound open. The others must beat the best.
+TEST_F(Root, LowerBound) {
+    using Betas = std::vector<int>;
+    const auto betas_of_second = [this](int first_score, int second_score) {
+        set_up(SEVEN_MOVES);
+        score = [=](const RootMove& move) {
+            return move.iteration == 1 ? first_score : move.number == 1 ? second_score : -300;
+        };
+        max_depth = 2;
+        think_aloud();
+        Betas betas;
+        std::string firsts;
+        for (const RootMove& move : searched) {
+            if (move.iteration == 1 || move.number > 2) continue;
+            betas.push_back(move.beta);
+            firsts += move.first ? '1' : '-';
+        }
+        EXPECT_EQ(firsts, betas.size() == 3 ? "11-" : "1-");
+        return betas;
+    };
+    EXPECT_EQ(betas_of_second(25, 10), (Betas{15, -10}));
+    EXPECT_EQ(betas_of_second(25, -14), (Betas{15, 14}));
+    EXPECT_EQ(betas_of_second(25, -15), (Betas{15, 32000, 15}));
+
+    // The bound stays within what can be a score.
+    set_up(SEVEN_MOVES);
+    verdict = [](const RootMove&) { return Verdict::LOST; };
+    max_depth = 4;
+    think_aloud();
+    for (const RootMove& move : searched) {
+        if (move.iteration < 4) continue;
+        EXPECT_EQ(move.beta, move.number == 1 ? 32000 : 31998);
+    }
+}
+
+// The best move stands first from the moment that it is found.
+TEST_F(Root, BestMoveComesFirst) {
+    set_up(SEVEN_MOVES);
+    score = [](const RootMove& move) {
+        return move.move == "h2h4" ? 30 : move.move == "e1d1" ? 20 : 0;
+    };
+    max_depth = 2;
+    think_aloud();
+    std::string order;
+    for (const RootMove& move : searched) {
+        if (move.iteration == 2 && move.number <= 3) order += move.move + " ";
+    }
+    EXPECT_EQ(order, "h2h4 e1d1 e1f1 ");
+    EXPECT_EQ(last_move(), "h2h4");
+    EXPECT_EQ(pv_table[0][0].to, H4);
+}
+
+// A root move that was beating the best when the search was stopped is put to the reply search.
+TEST_F(Root, VerificationAfterAStop) {
+    struct Outcome {
+        std::size_t searches;  // in the second iteration, of two root moves
+        std::string move;
+        bool operator==(const Outcome&) const = default;
+    };
+    // Stop at a reply to a root move of the second iteration; the second root move is worth so
+    // much, and so much when it is verified.
+    const auto outcome = [this](int stop_move, int stop_reply, int worth, int verified,
+                                bool requested = false, bool stop_again = false) {
+        set_up(SEVEN_MOVES);
+        max_depth = 3;
+        int replies = 0;
+        const auto searches = [this] {
+            return std::count_if(searched.begin(), searched.end(),
+                                 [](const RootMove& move) { return move.iteration == 2; });
+        };
+        score = [&](const RootMove& move) {
+            if (move.iteration == 1 || move.number == 1) return 0;
+            return searches() == 3 ? verified : worth;
+        };
+        stops_now = [&] {
+            if (iterations() < 2) return false;
+            const bool again = searches() == 3 && stop_again;
+            if (searched.back().number == stop_move && (searches() == stop_move || again)) {
+                ++replies;
+            }
+            const bool now = replies == stop_reply;
+            if (now) {
+                replies = 0;
+                stop_requested = requested;
+            }
+            return now;
+        };
+        think_aloud();
+        stop_test_enabled = false;
+        return Outcome{static_cast<std::size_t>(searches()), last_move()};
+    };
+    EXPECT_EQ(outcome(2, 2, 50, 60), (Outcome{3, "e1d1"}));
+    EXPECT_EQ(searched.back().beta, 0) << "what it has to beat";
+    EXPECT_EQ(outcome(2, 2, 50, 0), (Outcome{3, "e1f1"})) << "no better after all";
+    EXPECT_EQ(outcome(2, 2, 50, 60, false, true), (Outcome{3, "e1f1"})) << "stopped again";
+    EXPECT_EQ(outcome(2, 1, 50, 60), (Outcome{2, "e1f1"})) << "no reply had been searched";
+    EXPECT_EQ(outcome(2, 2, 50, 60, true), (Outcome{2, "e1f1"})) << "somebody asked to stop";
+    EXPECT_EQ(outcome(1, 2, 50, 60), (Outcome{1, "e1f1"})) << "the first move";
+}
+
+// ---------------------------------------------------------------------------
+// What is said
+// ---------------------------------------------------------------------------
+
+TEST_F(Root, ThinkingLines) {
+    set_up(SEVEN_MOVES);
+    max_depth = 7;
+    const std::string output = think_aloud();
+    EXPECT_EQ(output.substr(0, 11), "6      0 0 ") << "from the sixth iteration on";
+    EXPECT_NE(output.find("\n7      0 0 "), output.npos);
+    EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 3) << "two lines and the move";
+
+    // A mate is told at once, and ends thinking.
+    set_up("6k1/5ppp/8/8/8/8/5PPP/R5K1 w - -");
+    EXPECT_EQ(think_aloud().substr(0, 9), "1  31998 ");
+    EXPECT_EQ(iterations(), 1);
+    EXPECT_EQ(searched.size(), 12U) << "no root move after a1a8";
+}
+
+TEST_F(Root, AnnouncedMates) {
+    const auto announced = [this](const char* fen, int mate_score) {
+        set_up(fen);
+        score = [mate_score](const RootMove&) { return mate_score; };
+        max_depth = 1;
+        const std::string output = think_aloud(false);
+        const auto begin = output.find("Mi jugada: ") + 11 + 6;
+        return output.substr(begin, output.find('\n', begin) - begin);
+    };
+    constexpr const char* black = "4k3/p7/8/8/8/8/7P/4K3 b - -";
+    EXPECT_EQ(announced(SEVEN_MOVES, 31997), "  blancas ganan JAQUE MATE   ");
+    EXPECT_EQ(announced(black, 31997), "  negras ganan JAQUE MATE   ");
+    EXPECT_EQ(announced(SEVEN_MOVES, 31996), "  MATE en 1  ");
+    EXPECT_EQ(announced(black, 31994), "  MATE en 2  ");
+    EXPECT_EQ(announced(SEVEN_MOVES, 31970), "  MATE en 14  ");
+    EXPECT_EQ(announced(SEVEN_MOVES, 31969), "");
+}
+
+TEST_F(Root, EndOfTheGame) {
+    const auto said = [this](const char* fen, bool xboard) {
+        set_up(fen);
+        const std::string output = think_aloud(xboard);
+        EXPECT_EQ(game_ply, 0);
+        return output;
+    };
+    constexpr const char* mated = "R5k1/5ppp/8/8/8/8/8/6K1 b - -";
+    constexpr const char* stalemated = "k7/2Q5/8/8/8/8/8/K7 b - -";
+    EXPECT_EQ(said(mated, false), "\n MATE!!...\n");
+    EXPECT_EQ(said(mated, true), "");
+    EXPECT_EQ(said(stalemated, false), "\n TABLAS AHOGADO!!...\n");
+    EXPECT_EQ(said(stalemated, true), "1/2-1/2 {Stalemate}\n");
+}
+
+// ---------------------------------------------------------------------------
+// Before and after the search
+// ---------------------------------------------------------------------------
+
+TEST_F(Root, OpeningReplies) {
+    const auto reply = [this](const char* moves) {
+        init_engine();
+        max_depth = 1;
+        play(moves);
+        think_aloud();
+        return last_move() + (iterations() == 0 ? "" : " searched");
+    };
+    EXPECT_EQ(reply(""), "d2d4");
+    EXPECT_EQ(reply("d2d4"), "g8f6");
+    EXPECT_EQ(reply("f2f4"), "d7d5");
+    EXPECT_EQ(reply("g1f3"), "d7d5");
+    EXPECT_EQ(reply("f2f3"), "e7e5");
+    EXPECT_EQ(reply("e2e4"), "e7e5");
+    EXPECT_NE(reply("e2e4 e7e5").find("searched"), std::string::npos);
+    init_engine();
+    max_depth = 1;
+    test_mode = true;
+    think_aloud();
+    EXPECT_EQ(iterations(), 1);
+    init_engine();
+    max_depth = 1;
+    analyze_mode = true;
+    think_aloud();
+    EXPECT_EQ(iterations(), 1);
+    EXPECT_EQ(game_ply, 0) << "analysis plays nothing";
+}
+
+// With at least three moves left to the time control the engine thinks on, in a generation of the
+// table of its own.
+TEST_F(Root, Pondering) {
+    const auto generations = [this](bool may_ponder, int moves) {
+        set_up(SEVEN_MOVES);
+        max_depth = 2;
+        ponder = may_ponder;
+        moves_left = moves;
+        std::vector<bool> pondered;
+        on_iteration = [&pondered](int iteration) {
+            if (iteration == 1) pondered.push_back(pondering);
+            if (pondering || iteration == 2) tick_ms = FLYING;
+        };
+        think_aloud();
+        EXPECT_EQ(game_ply, 1);
+        EXPECT_FALSE(pondering);
+        for (std::size_t i = 0; i < pondered.size(); ++i) EXPECT_EQ(pondered[i], i == 1);
+        EXPECT_EQ(iterations(), 2) << "the clock does not end pondering";
+        return tt_generation;
+    };
+    EXPECT_EQ(generations(true, 3), 2);
+    EXPECT_EQ(generations(true, 2), 1);
+    EXPECT_EQ(generations(false, 3), 1);
+}
+
+// Before the fifth iteration the tables' memory is prefaulted, for a tenth of the budget at most
+// and until something arrives. The clock moves at each look.
+TEST_F(Root, PrefaultingTakesATenthOfTheBudget) {
+    for (const bool input_waits : {false, true}) {
+        free_hash_tables();
+        allocate_hash_tables();
+        set_up(SEVEN_MOVES);
+        dialogue = cecp_voice;
+        dialogue.input_waiting = input_waits ? [] { return true; } : [] { return false; };
+        voice = &dialogue;
+        time_budget_ms = 200;
+        max_depth = 5;
+        tick_ms = 0;
+        std::array<int, MAX_ITERATIONS> begun{};
+        node_observer = [&begun](const EnteredNode& node) {
+            if (node.kind != 'R') return;
+            int& begun_at = begun[at(node.depth / ONE_PLY + 1)];
+            if (begun_at == 0) begun_at = now_ms - search_start_ms;
+            tick_ms = node.depth == 3 * ONE_PLY ? 1 : 0;
+        };
+        output_of([] { think(); });
+        EXPECT_EQ(begun[4], 0);
+        EXPECT_EQ(begun[5], input_waits ? 2 : 20);
+    }
+}
+
+// A new think forgets what the last one left behind.
+TEST_F(Root, BeginsAfresh) {
+    set_up(SEVEN_MOVES);
+    killer1[3] = killer2[3] = killer3[3] = {E2, E4, 0};
+    history[0][E2][E4] = history_max = 77;
+    search_aborted = stop_requested = time_extended = true;
+    statistics.lmr = nodes = 1000;
+    max_depth = 1;
+    on_iteration = [](int) {
+        EXPECT_EQ(killer1[3].from + killer2[3].from + killer3[3].from, 0);
+        EXPECT_EQ(history[0][E2][E4] + history_max, 0);
+        EXPECT_FALSE(search_aborted || stop_requested || time_extended);
+        EXPECT_EQ(statistics.lmr, 0U);
+        EXPECT_EQ(nodes, 1U) << "the first root move";
+    };
+    think_aloud();
+    EXPECT_EQ(iterations(), 1);
+}
+
+}  // namespace
+
+}  // namespace tarsimo::test
