@@ -34,6 +34,10 @@ constexpr int MAX_OVERHEAD_MS = 5000;
 constexpr int DEFAULT_MAX_DEPTH = 60;
 constexpr std::size_t MAX_KEPT_LINES = 1000;
 
+// Nodes between two stop tests. Many nodes make none, so that a few intervals may pass without a
+// test; interfaces expect an answer to "stop" within milliseconds, also from a slow machine.
+constexpr std::uint64_t MAX_TEST_INTERVAL = std::min<std::uint64_t>(STOP_TEST_INTERVAL, 512);
+
 // ---------------------------------------------------------------------------
 // State
 // ---------------------------------------------------------------------------
@@ -125,7 +129,7 @@ void hit() {
 
 // Few nodes are counted exactly, many to the next stop test.
 std::uint64_t stop_test_mask_for(const Number& node_limit) {
-    std::uint64_t interval = STOP_TEST_INTERVAL;
+    std::uint64_t interval = MAX_TEST_INTERVAL;
     if (node_limit) {
         while (interval > 1 && interval > static_cast<std::uint64_t>(*node_limit) / 64)
             interval /= 2;

@@ -202,6 +202,18 @@ def test_questions_are_answered_while_it_thinks(thinking):
     assert thinking.sync() == []
 
 
+@pytest.mark.parametrize("fen", [
+    f"{START} w KQkq - 0 1", MIDDLEGAME,
+    "r1bq1k2/ppppNBbr/3P1p2/5P2/8/8/PPP3PP/RNBQR1K1 b - - 0 16",
+    "r1bq1k2/pp1pN1b1/2pP1p1r/3B1P2/8/8/PPP3PP/RNBQR1K1 w - - 2 18"])
+@pytest.mark.parametrize("lines", [1, 3])
+def test_stop_is_heard_within_few_nodes(uci, fen, lines):
+    """It arrives together with `go`; a slow machine takes a tenth of a second for 4096 nodes."""
+    infos, _, _ = uci.go(f"setoption name MultiPV value {lines}", f"position fen {fen}",
+                         "go infinite", "stop")
+    assert int(infos[-1]["nodes"]) < 4096
+
+
 def test_what_begins_something_else_ends_the_search(thinking):
     thinking.send("go depth 3", "isready", "position startpos", "go depth 1", "ucinewgame", "quit")
     moves = []
