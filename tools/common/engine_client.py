@@ -138,3 +138,17 @@ class Cecp(Engine):
     def go(self, *lines):
         """Send lines that make it move: the move, None when the game is over."""
         return self.match(rf"move (\S+)|{self.ping(*lines)}")[1]
+
+
+class Uci(Engine):
+    """An engine under UCI."""
+
+    def begin(self):
+        """Bring it into the protocol. To be called before anything else."""
+        self.send("uci")
+        self.match("uciok")
+
+    def sync(self):
+        """Wait for the answer to isready."""
+        self.send("isready")
+        self.match("readyok")
