@@ -5,9 +5,9 @@ The timeouts are upper limits against hangs, generous for a slow machine.
 """
 import os
 import re
-import select
 import signal
 import subprocess
+import sys
 import time
 from pathlib import Path
 
@@ -15,6 +15,9 @@ import pexpect
 import pytest
 
 REPOSITORY = Path(__file__).resolve().parents[2]
+sys.path.append(str(REPOSITORY / "tools" / "common"))
+import engine_client  # noqa: E402, where it is is known only now
+
 ENGINE = os.environ.get("TARSIMO", str(REPOSITORY / "build" / "tarsimo"))
 UCI_ENGINE = f"{ENGINE}-uci"
 SANITIZED_ENGINE = os.environ.get("TARSIMO_SANITIZED", ENGINE)
@@ -106,47 +109,28 @@ def console_session(script, timeout=PATIENCE, engine=ENGINE):
     return output[len(GREETING):], done.returncode
 
 
-class Interface:
-    """An engine at the end of two pipes, with the lines that it has sent. A broken pipe is no
-    signal to it, so that it has to notice by itself that nobody listens."""
+class Interface(engine_client.Engine):
+    """An engine with the lines that it has sent. A broken pipe is no signal to it, so that it has
+    to notice by itself that nobody listens."""
 
     def __init__(self, engine):
-        self.process = subprocess.Popen([engine], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                        bufsize=0, restore_signals=False)
-        self.buffer = b""
-
-    def write(self, data):
-        self.process.stdin.write(data)
-
-    def send(self, *lines):
-        """Send lines in one write, as a GUI's packet may hold several."""
-        self.write("".join(line + "\n" for line in lines).encode("latin-1"))
-
-    def _receive(self, deadline):
-        wait = max(deadline - time.monotonic(), 0)
-        ready, _, _ = select.select([self.process.stdout], [], [], wait)
-        assert ready, f"nothing more arrived; the last was {self.buffer[-400:]!r}"
-        data = os.read(self.process.stdout.fileno(), 65536)
-        self.buffer += data
-        return data != b""
+        super().__init__(engine, restore_signals=False)
 
     def take(self, count):
         """The next characters, exactly so many."""
         deadline = time.monotonic() + PATIENCE
         while len(self.buffer) < count:
-            assert self._receive(deadline), f"the output ended: {self.buffer!r}"
+            assert self.receive(deadline), f"the output ended: {self.buffer!r}"
         taken, self.buffer = self.buffer[:count], self.buffer[count:]
         return taken.decode("latin-1")
 
     def line(self, timeout=PATIENCE):
         """The next line without its newline; None at the end of the output."""
-        deadline = time.monotonic() + timeout
-        while b"\n" not in self.buffer:
-            if not self._receive(deadline):
-                assert self.buffer == b"", f"a line without its end: {self.buffer!r}"
-                return None
-        line, self.buffer = self.buffer.split(b"\n", 1)
-        return line.decode("latin-1")
+        try:
+            return super().line(timeout)
+        except engine_client.Gone:
+            assert self.buffer == b"", f"a line without its end: {self.buffer!r}"
+            return None
 
     def until(self, wanted):
         """The lines before one that equals `wanted`."""
@@ -162,12 +146,6 @@ class Interface:
         while (line := self.line(timeout)) is not None:
             lines.append(line)
         return lines, self.process.wait(timeout)
-
-    def close(self):
-        for pipe in (self.process.stdin, self.process.stdout):
-            pipe.close()
-        self.process.kill()
-        self.process.wait(PATIENCE)
 
 
 class Gui(Interface):

@@ -5,12 +5,14 @@ import shutil
 import signal
 import subprocess
 import time
+import xml.etree.ElementTree
 from pathlib import Path
 
 import pytest
 
-from conftest import (ENGINE, PATIENCE, REPOSITORY, assert_no_process_with, default_signals,
+from conftest import (PATIENCE, REPOSITORY, assert_no_process_with, default_signals,
                       processes_with)
+from conftest import UCI_ENGINE as ENGINE
 
 ANALYSE = REPOSITORY / "tools" / "analyse"
 SUITE = REPOSITORY / "tests" / "data" / "tactics.epd"
@@ -92,7 +94,7 @@ def test_results_and_scores(analyse, tmp_path):
 
     mate = by_id['"mate; or mate"']
     assert mate["pm"] == mate["pv"] and mate["pm"] in ("Qg8#", "Qa7#", "Qb7#")
-    assert mate["bm"] == "Qg8# Qa7" and mate["ce"] == "31998"
+    assert mate["bm"] == "Qg8# Qa7" and mate["ce"] == "32766"
     assert by_id['"takes"']["pm"] == "Qxd5" and "bm" not in by_id['"takes"']
     assert by_id['"takes, and should not"']["c0"] == '"kept"'
     queen = by_id["8/P6"]
@@ -192,6 +194,130 @@ def test_a_stopped_run_goes_on(analyse, tmp_path):
     assert len(lines) == 8 and "\n".join(lines).startswith(before)
 
 
+def test_several_lines_and_a_number_of_nodes(analyse):
+    fen = "8/P6k/8/8/8/8/8/K7 w - -"
+    options = ("--nodes", "3000", "--multipv", "2")
+    _, lines = analyse(fen + "\n", *options)
+    assert lines[0] == "# analyse --nodes 3000 --multipv 2"
+    found = operations(lines[1])
+    assert found["bm"] == found["pv"].split()[0] and found["pv2"].split()[0] != found["bm"]
+    assert int(found["ce"]) >= int(found["ce2"]) and "pv3" not in found
+    assert 0 < int(found["acn"]) < 10000
+    # What was found is no part of the position, and other limits are another run.
+    assert analyse(fen + "\n", *options)[1] == lines
+    assert "comes from another run" in analyse(fen + "\n", "--nodes", "3000", status=2)[0]
+
+
+def test_bounds_are_no_scores_and_mates_count_in_plies(analyse, tmp_path):
+    (tmp_path / "talk").write_text(
+        "info depth 5 seldepth 8 multipv 1 score cp 30 nodes 10 nps 9 time 1 pv e1d1 e5e4\n"
+        "info depth 6 score cp 400 lowerbound nodes 90 pv e1f1\n"
+        "info depth 5 multipv 2 score mate -3 nodes 25 pv e1f1\n"
+        "info string depth 9 score cp 99 pv e1f2\n"
+        "bestmove e1d1 ponder e5e4\n")
+    engine = stand_in(tmp_path, "#!/bin/sh\nwhile read -r word rest; do case $word in\n"
+                      "uci) echo uciok;; isready) echo readyok;; quit) exit;;\n"
+                      "go) cat talk;; esac; done\n")
+    _, lines = analyse("8/8/8/4k3/8/8/4P3/4K3 w - -\n", "--depth", "5", "--engine", engine)
+    found = operations(lines[1])
+    assert (found["bm"], found["ce"], found["pv"]) == ("Kd1", "30", "Kd1 Ke4")
+    assert (found["ce2"], found["pv2"]) == ("-32761", "Kf1")
+    assert (found["acd"], found["acn"]) == ("5", "25")
+
+
+# --- games --------------------------------------------------------------------
+
+# Other games' notes go; a game with an illegal move is named and left out; the third begins with
+# Black's move and ends in stalemate.
+GAMES = """\
+[Event "Caf\u00e9 \\"x\\" <&>"]
+[White "R\u00e9ti & <Co>"]
+[Black "B"]
+[Result "1-0"]
+
+1. e4 {note} e5 2. Bc4 (2. Nf3 Nc6) Nc6 3. Qh5 Nf6?? 4. Qxf7# 1-0
+
+[White "X"]
+[Black "Y"]
+[Result "*"]
+
+1. e4 e5 2. Ke3 *
+
+[White "X"]
+[Black "Y"]
+[SetUp "1"]
+[FEN "7k/8/6K1/8/8/8/5Q2/8 b - - 5 60"]
+[Result "1/2-1/2"]
+
+60... Kg8 61. Qf4 Kh8 62. Qf7 1/2-1/2
+
+"""
+
+
+@pytest.fixture
+def analyse_games(tmp_path):
+    def run(*options, status=0, text=GAMES):
+        (tmp_path / "in.pgn").write_text(text, encoding="utf-8")
+        done = subprocess.run([ANALYSE, "in.pgn", "--engine", ENGINE, "--depth", "4", "-j", "2",
+                               *options], cwd=tmp_path, capture_output=True, text=True,
+                              timeout=200, check=False)
+        assert done.returncode == status, done.stdout + done.stderr
+        return done.stdout + done.stderr
+
+    return run
+
+
+def test_games_come_back_with_scores_marks_and_plots(analyse_games, tmp_path):
+    output = analyse_games()
+    assert "Failed to make move 2. Ke3" in output
+    assert f"[{24 * '#'}] 13 of 13" in output
+    written = (tmp_path / "in-analysed.pgn").read_text(encoding="utf-8")
+    assert '[Event "Caf\u00e9 \\"x\\" <&>"]' in written and "note" not in written
+    first, second = written.split('[White "X"]')
+    moves = " ".join(first.split("\n\n")[1].split())
+    level = r"\{[+-]\d\.\d\d\}"
+    assert re.match(rf"1\. e4 {level} 1\.\.\. e5 {level} 2\. Bc4 ", moves), moves
+    # Whatever the engine prefers, it stops the mate; the move played costs all that counts.
+    assert re.search(rf"3\.\.\. Nf6\?\? \{{\+M1\}} \(3\.\.\. (?!Nf6)\S+ {level} 4\. ", moves), moves
+    assert moves.endswith("4. Qxf7# {mate} 1-0")
+    moves = " ".join(second.split("\n\n")[1].split())
+    assert re.match(r"60\.\.\. Kg8 \{\+M\d\} 61\. Qf4", moves), moves
+    assert re.search(r"62\. Qf7\?\? \{\+0\.00\} \(62\. Q\S+# \{\+M1\}\) 1/2-1/2$", moves), moves
+
+    # Another reader takes it, with all variations.
+    check = subprocess.run(["pgn-extract", "-r", "in-analysed.pgn"], cwd=tmp_path, text=True,
+                           env={"PATH": os.environ["PATH"] + ":/usr/games"}, capture_output=True,
+                           check=False)
+    assert "2 games matched out of 2." in check.stderr, check.stderr
+
+    picture = xml.etree.ElementTree.parse(tmp_path / "in-analysed-1.svg")
+    texts = [node.text for node in picture.iter("{http://www.w3.org/2000/svg}text")]
+    assert texts[0] == "R\u00e9ti & <Co> \u2013 B  1-0"
+    assert "Nf6??" in texts and "Qxf7#" not in texts
+    assert (tmp_path / "in-analysed-2.svg").exists()
+
+    # Again with another threshold, from what has been found: nothing is searched.
+    before = (tmp_path / "in-analysed.pgn.results").read_text()
+    assert "of 13" not in analyse_games("--threshold", "5000")
+    assert (tmp_path / "in-analysed.pgn.results").read_text() == before
+    again = (tmp_path / "in-analysed.pgn").read_text(encoding="utf-8")
+    assert "{+M1}" in again and "Nf6??" not in again and "(3..." not in again
+
+    # A run that was stopped goes on, past a line that was only half written.
+    lines = before.splitlines()
+    (tmp_path / "in-analysed.pgn.results").write_text("\n".join(lines[:10] + [lines[10][:50]]))
+    assert f"[{16 * '#'}{8 * '.'}] 9 of 13" in analyse_games()
+    assert (tmp_path / "in-analysed.pgn").read_text(encoding="utf-8") == written
+
+
+def test_games_that_cannot_be_analysed(analyse_games, tmp_path):
+    assert "holds no game" in analyse_games(text="nothing\n", status=2)
+    (tmp_path / "in-analysed.pgn").write_text("diary")
+    assert "not from an earlier run" in analyse_games(status=2)
+    assert (tmp_path / "in-analysed.pgn").read_text() == "diary"
+    assert "the games themselves" in analyse_games("-o", "in.pgn", status=2)
+
+
 @pytest.mark.alone
 def test_time_is_used_up(analyse):
     """All the seconds go into the search, fractions too, and the answer is the last thought."""
@@ -218,7 +344,8 @@ def test_bad_lines_are_named_before_anything_is_searched(analyse, line, complain
 
 
 @pytest.mark.parametrize("options", ["", "--depth 0", "--depth 61", "--time -1", "--time x",
-                                     "--depth 3 --time 1", "--depth 3 -j 0",
+                                     "--depth 3 --time 1", "--nodes 0", "--depth 3 --multipv 65",
+                                     "--depth 3 --threshold 0", "--depth 3 -j 0",
                                      "--depth 3 --engine ./none"])
 def test_bad_options(analyse, options):
     output, lines = analyse(POSITIONS, *options.split(), status=2)

@@ -12,7 +12,7 @@ from pathlib import Path
 
 import pytest
 
-from conftest import ENGINE, PATIENCE, assert_no_process_with, default_signals
+from conftest import ENGINE, PATIENCE, UCI_ENGINE, assert_no_process_with, default_signals
 
 ENVIRONMENT = {**os.environ, "PATH": os.environ.get("PATH", "") + os.pathsep + "/usr/games"}
 MATCH = os.environ.get("TARSIMO_MATCH", str(Path(ENGINE).with_name("tarsimo-match")))
@@ -81,6 +81,55 @@ def scripted(tmp_path):
 
     def command(name, moves, last, features="ping=1 setboard=1"):
         return f"{name}=" + shlex.join([sys.executable, str(program), features, moves, last])
+
+    return command
+
+
+# The same under UCI. Among its moves "+50" is an info line, "#-2" one with a mate.
+SCRIPTED_UCI = r'''
+import os, sys, time
+options, moves, last = sys.argv[1], sys.argv[2].split(), sys.argv[3]
+turn = 0
+def say(text):
+    print(text, flush=True)
+for line in iter(sys.stdin.readline, ""):
+    word = line.split(" ")[0].strip()
+    if word == "uci":
+        say("garbage: \xff\x00 bestmove\nid name x\n" + options + "\nuciok\nreadyok")
+    elif word == "isready":
+        say("readyok")
+    elif word == "ucinewgame":
+        turn = 0
+    elif word == "quit":
+        break
+    elif word == "go":
+        while turn < len(moves) and moves[turn][0] in "+-#":
+            score = moves[turn]
+            score = "mate " + score[1:] if score[0] == "#" else "cp " + score.lstrip("+")
+            say(f"info depth 5 seldepth 9 multipv 1 score {score} nodes 10 pv e2e4\n"
+                f"info depth 6 multipv 2 score cp 7\ninfo depth 7 score cp 8 upperbound\n"
+                f"info string depth 9 score cp 9")
+            turn += 1
+        if turn < len(moves):
+            say("bestmove " + moves[turn] + " ponder a7a6")
+            turn += 1
+        elif last == "crash":
+            os.kill(os.getpid(), 11)
+        elif last == "mute":
+            time.sleep(100)
+        else:
+            say(last.replace("\\n", "\n"))
+'''
+
+
+@pytest.fixture
+def scripted_uci(tmp_path):
+    """The command line of a scripted UCI engine called NAME."""
+    program = tmp_path / "scripted-uci.py"
+    program.write_text(SCRIPTED_UCI)
+
+    def command(name, moves, last, options=""):
+        return f"{name}=uci:" + shlex.join([sys.executable, str(program), options, moves, last])
 
     return command
 
@@ -191,6 +240,83 @@ def test_ends_without_fault(play, scripted, tmp_path, fen, white, black, last, s
                        scripted("b", black, last))
     assert f"score {score}" in output and f'[Termination "{reason}' in pgn, output + pgn
     check_pgn(tmp_path, 1)
+
+
+# --- UCI ---------------------------------------------------------------------
+
+@pytest.mark.parametrize("last, kind, reason", [
+    ("bestmove e2e5", ILLEGAL, "illegal move: e2e5"),
+    ("bestmove 0000", ILLEGAL, "illegal move: 0000"),
+    ("bestmove (none)", ILLEGAL, "illegal move: (none)"),
+    ("bestmove", ILLEGAL, "illegal move: none"),
+    ("crash", CRASH, "crash: signal 11"),
+    ("mute", TIME, "time forfeit"),
+    ("move g1f3\\nbestmoves g1f3\\ninfo string bestmove g1f3\\nreadyok", TIME, "time forfeit"),
+])
+def test_fault_of_a_uci_engine(play, scripted, scripted_uci, tmp_path, last, kind, reason):
+    output, pgn = play("-n", "1", "-t", "0.4", "-o", "-", scripted_uci("bad", "e2e4", last),
+                       scripted("good", "e7e5 b8c6", "resign"), status=1)
+    assert faults(output) == {"bad": [int(i == kind) for i in range(6)], "good": [0] * 6}, output
+    assert '[Result "0-1"]' in pgn and f'[Termination "{reason}"' in pgn
+    check_pgn(tmp_path, 1)
+
+
+def test_scores_of_uci_engines_are_exact_and_of_the_best_line(play, scripted_uci):
+    output, pgn = play("-n", "1", "-t", "5", "-o", "-", "--resign", "900,2",
+                       scripted_uci("a", "+950 e2e4 #3 g1f3", ""),
+                       scripted_uci("b", "-950 e7e5 #-2 b8c6", ""))
+    assert "score +1 =0 -0" in output and "adjudication: both scores agree" in pgn
+    assert re.findall(r"\{(\S+)/5 ", pgn) == ["+9.50", "-9.50", "+1000.03", "-1000.02"]
+
+
+def told(tmp_path, name):
+    log = (tmp_path / "logs" / f"{name}-1.log").read_text()
+    return re.findall(r"^ *[0-9.]+ > (.*)", log, re.M)
+
+
+OPTIONS = "\n".join(["option name Hash type spin default 16 min 8 max 32",
+                     "option name Threads type spin default 4 min 1 max 8",
+                     "option name Move Overhead type spin default 30 min 0 max 5000",
+                     "option name Clear Hash type button"])
+
+
+@pytest.mark.parametrize("control, first, later", [
+    ("2/30+0.5", r"go wtime 30000 btime 30000 winc 500 binc 500 movestogo 2",
+     r"go wtime (?P<clock>\d+) btime 30[0-5]\d\d winc 500 binc 500 movestogo 1"),
+    ("st=1.5", "go movetime 1500", "go movetime 1500"),
+    ("sd=7", "go depth 7", "go depth 7"),
+    ("nodes=5000", "go nodes 5000", "go nodes 5000"),
+])
+def test_what_uci_engines_are_told(play, scripted_uci, tmp_path, control, first, later):
+    (tmp_path / "openings").write_text("4k3/8/8/8/8/8/4P3/4K3 w - - 3 9\n")
+    play("-n", "1", "-t", control, "-o", "openings", "--log", "logs",
+         "--option", "white:Move Overhead=100", "--option", "white:Clear Hash",
+         scripted_uci("white", "e1d1 Kd1-e1", "bestmove 0000", OPTIONS),
+         scripted_uci("black", "e8d8 d8e8", ""), status=1)
+    talk = told(tmp_path, "white")
+    start = "position fen 4k3/8/8/8/8/8/4P3/4K3 w - - 3 9"
+    assert talk[:9] == [
+        "uci", "setoption name Hash value 32", "setoption name Threads value 1",
+        "setoption name Move Overhead value 100", "setoption name Clear Hash", "isready",
+        "ucinewgame", "isready", start]
+    assert talk[9] == first and talk[10] == f"{start} moves e1d1 e8d8"
+    second = re.fullmatch(later, talk[11])
+    assert second and ("/" not in control or 29000 < int(second["clock"]) <= 30500)
+    assert talk[12] == f"{start} moves e1d1 e8d8 d1e1 d8e8"
+    black = told(tmp_path, "black")
+    assert black[:4] == ["uci", "isready", "ucinewgame", "isready"]
+    assert black[4] == f"{start} moves e1d1"
+
+
+@pytest.mark.alone
+def test_one_engine_under_both_protocols(play, tmp_path):
+    """Openings of moves and of a position, both colours, a clock."""
+    (tmp_path / "openings").write_text("e2e4 c7c5 Nf3 d6\nk7/P7/2K5/8/8/8/8/1R6 w - -\n")
+    output, pgn = play("-n", "8", "-t", "2+0.1", "--margin", "5", "-o", "openings", f"cecp={ENGINE}",
+                       f"talk=uci:{UCI_ENGINE}")
+    assert faults(output) == {"cecp": [0] * 6, "talk": [0] * 6}, output
+    check_pgn(tmp_path, 8)
+    assert pgn.count("1. e4 c5 2. Nf3 d6") == 4
 
 
 # --- the whole match ---------------------------------------------------------
@@ -316,7 +442,7 @@ def test_a_match_under_nohup_outlives_its_terminal(scripted, tmp_path):
     (False, "cat", "it answered neither protover nor go"),
     (True, "yes move", "it answered neither protover nor go"),
     (True, "sed -n /go/q", "it answered neither protover nor go"),
-    (False, "{python} uci.py", "but UCI: start it through polyglot"),
+    (False, "{python} uci.py", "but UCI: write uci: before its command"),
 ])
 def test_a_program_that_is_no_engine_loses_no_game(scripted, tmp_path, white, engine, message):
     """It is called what it is, and the match cannot be played."""
@@ -394,6 +520,14 @@ def test_half_a_game_is_taken_back_from_a_full_disk(scripted, tmp_path):
     (["--sprt", "5,0", "a", "b"], None, "--sprt 5,0"),
     (["--pairs", "1,2,3"], None, "5 numbers"),
     (["a", "x="], None, "not an engine: x="),
+    (["a", "x=uci:"], None, "not an engine: x=uci:"),
+    (["-t", "nodes=9", "uci:a", "b"], None, "--tc nodes=9: b is no UCI engine"),
+    (["--option", "b:Hash=1", "uci:a", "b"], None, "b is no UCI engine"),
+    (["--option", "c:Hash=1", "uci:a", "b"], None, "no engine of that name"),
+    (["--option", "Hash=1", "uci:a", "b"], None, "ENGINE:OPTION=VALUE is wanted"),
+    (["--option", "a:Bach=1", f"a=uci:{UCI_ENGINE}", ENGINE], None, "a: has no option Bach"),
+    (["a=uci:sed -u s/.*/no/", ENGINE], None, "a: does not speak UCI: no uciok"),
+    (["uci:false", ENGINE], None, "false: ended before the first game, exit status 1"),
     (["-p", "/nowhere/x.pgn", ENGINE, ENGINE], None, "/nowhere/x.pgn"),
     (["-o", "/nowhere", ENGINE, ENGINE], None, "/nowhere"),
     (["-o", "/proc", ENGINE, ENGINE], None, "cannot read /proc: Is a directory"),

@@ -13,8 +13,8 @@ from pathlib import Path
 
 import pytest
 
-from conftest import (ENGINE, PATIENCE, REPOSITORY, SANITIZED_ENGINE, assert_no_process_with,
-                      default_signals)
+from conftest import (ENGINE, PATIENCE, REPOSITORY, SANITIZED_ENGINE, UCI_ENGINE,
+                      assert_no_process_with, default_signals)
 
 BUILD = Path(ENGINE).resolve().parent
 SANITIZED = Path(SANITIZED_ENGINE).resolve().parent
@@ -152,7 +152,7 @@ def commands_that_read(tmp_path):
         yield SANITIZED / "tarsimo-tune", path, output, "--list", weights
         yield SANITIZED / "tarsimo-tune", "none", output, "--list", path
         yield *match, "-o", path, ENGINE, ENGINE
-        yield ANALYSE, path, "--depth", 1, "--engine", ENGINE, "-o", output / "results"
+        yield ANALYSE, path, "--depth", 1, "--engine", UCI_ENGINE, "-o", output / "results"
         yield SECOND_OPINION, path, output / "judged", "--engine", shutil.which("cat")
         yield REPOSITORY / "tools/tuning/plot-errors", path, output / "picture.png"
         yield REPOSITORY / "tools/plot-figures", path
@@ -185,7 +185,7 @@ def test_a_file_of_somebody_else_is_not_written_over(tmp_path):
         (tmp_path / "diary").write_text(text)
         for command in ((BUILD / "tarsimo-selfplay", "diary", "--games", 1),
                         (SECOND_OPINION, "positions", "diary", "--engine", engine),
-                        (ANALYSE, "positions", "-o", "diary", "--depth", 1, "--engine", ENGINE)):
+                        (ANALYSE, "positions", "-o", "diary", "--depth", 1, "--engine", UCI_ENGINE)):
             _, complaint = run(*command, status=2, cwd=tmp_path)
             assert_is_sentence(complaint)
             assert (tmp_path / "diary").read_text() == text, command
@@ -205,7 +205,7 @@ def test_no_place_for_the_output_is_noticed_before_the_work(tmp_path, place):
                     (BUILD / "tarsimo-tune", "positions", folder, "--list",
                      REPOSITORY / "eval/weights.inc"),
                     (SECOND_OPINION, "positions", place, "--engine", shutil.which("cat")),
-                    (ANALYSE, "games", "-o", place, "--depth", 1, "--engine", ENGINE)):
+                    (ANALYSE, "games", "-o", place, "--depth", 1, "--engine", UCI_ENGINE)):
         if command[0] == ANALYSE:
             (tmp_path / "games").write_text(START_FEN + "\n")
         output, complaint = run(*command, status=2, cwd=tmp_path)
@@ -229,7 +229,7 @@ def test_a_full_disk_is_noticed_in_the_middle_of_the_work(tmp_path):
     (BUILD / "tarsimo-tree", f"eval {START_FEN}"), (BUILD / "tarsimo-margins", "positions"),
     (BUILD / "tarsimo-match", "--pairs", "1,2,3,2,1"), (BUILD / "tarsimo-match", "--help"),
     (BUILD / "tarsimo-san",), (SOAK, "load", 1, ENGINE),
-    (ANALYSE, "test.epd", "--depth", 1, "--engine", ENGINE),
+    (ANALYSE, "test.epd", "--depth", 1, "--engine", UCI_ENGINE),
 ], ids=lambda command: " ".join(str(word) for word in command).rsplit("/", 1)[-1][:30])
 def test_a_full_output_is_no_success(tmp_path, command):
     (tmp_path / "positions").write_text(f"{START_FEN};0.5\n")

@@ -11,7 +11,8 @@ namespace tarsimo::match {
 
 namespace {
 
-// A search to a fixed depth has no clock; an engine is taken for dead after this.
+// A search to a fixed depth or number of nodes has no clock; an engine is taken for dead after
+// this.
 constexpr Micros DEPTH_PATIENCE = 600 * SECOND;
 
 // The same for the first turn of a program that may be no engine at all.
@@ -130,7 +131,7 @@ GameEnd prepare(Game& game, const Opening& opening, bool& ready) {
 }
 
 Micros turn_limit(const Settings& settings, const Player& player) {
-    if (settings.control.depth > 0) {
+    if (settings.control.depth > 0 || settings.control.nodes > 0) {
         return player.engine->has_spoken() ? DEPTH_PATIENCE : STRANGER_PATIENCE;
     }
     const Micros own = settings.control.per_move > 0 ? settings.control.per_move : player.left;
@@ -168,8 +169,10 @@ GameEnd play_out(Game& game) {
 
         const int mover = side;
         Player& player = game.players[index_of(mover)];
-        player.engine->hand_turn(last.coordinates.empty() ? nullptr : &last, control.base > 0,
-                                 player.left, game.players[index_of(-mover)].left);
+        player.engine->hand_turn(
+            {last.coordinates.empty() ? nullptr : &last, control.base > 0, player.left,
+             game.players[index_of(-mover)].left,
+             control.moves > 0 ? control.moves - player.moves % control.moves : 0});
         const Micros began = now();
         const Micros limit = turn_limit(settings, player);
         const Answer answer = player.engine->await_answer(began + limit);
@@ -201,6 +204,7 @@ GameEnd play_out(Game& game) {
         if (last.list_index < 0) {
             return lose_by(game, mover, Fault::ILLEGAL_MOVE, "illegal move: " + answer.text);
         }
+        player.engine->confirm_move(last);
         const Micros used = std::max<Micros>(answer.arrived - began, 0);
         const Thought& thought = player.engine->thought();
         book_move(control, player, thought, used);

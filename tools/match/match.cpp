@@ -28,12 +28,14 @@ constexpr char USAGE[] =
     R"(usage: tarsimo-match [OPTION]... FIRST SECOND
        tarsimo-match --pairs N,N,N,N,N [--sprt ELO0,ELO1]
 
-Plays a match between two engines that speak CECP. An engine is a command line,
-with NAME= before it if it is to be called NAME.
+Plays a match between two engines that speak CECP or UCI. An engine is a command
+line, with uci: before it if it speaks UCI, and NAME= before that if it is to be
+called NAME: old=uci:../old/build/tarsimo-uci
 
   -n, --games N        games, two of each opening with colours changed (20)
   -t, --tc CONTROL     seconds+increment 5+0.05, moves/seconds 40/60, st=1 (seconds
-                       a move) or sd=6 (plies); 5+0.05 without it
+                       a move), sd=6 (plies) or nodes=5000 (positions, if both speak
+                       UCI); 5+0.05 without it
   -j, --jobs N         games at a time (1)
   -o, --openings FILE  lines of FEN, EPD or moves; - for the initial position
       --seed N         order of the openings (1)
@@ -48,6 +50,7 @@ with NAME= before it if it is to be called NAME.
                        CP, after move M; 0 for never, as without it
       --maxplies N     a longer game is drawn (500)
       --memory MB      told to engines that can be told (256)
+      --option E:O=V   set option O of the UCI engine called E to V; as often as needed
       --restart        start both engines anew for every game
       --pairs COUNTS   no match: the figures of pairs with 0, 1/2, 1, 3/2, 2 points
 
@@ -117,12 +120,25 @@ struct Arguments {
     Settings settings;
     std::string openings = TARSIMO_OPENINGS;
     unsigned seed = 1;
-    std::string pairs;  // counts to compute the figures of, instead of a match
+    std::vector<std::string> options;  // ENGINE:OPTION=VALUE
+    std::string pairs;                 // counts to compute the figures of, instead of a match
 };
 
-enum LongOption { SEED = 1000, LOG, SPRT, MARGIN, RESIGN, DRAW, MAXPLIES, MEMORY, RESTART, PAIRS };
+enum LongOption {
+    SEED = 1000,
+    LOG,
+    SPRT,
+    MARGIN,
+    RESIGN,
+    DRAW,
+    MAXPLIES,
+    MEMORY,
+    OPTION,
+    RESTART,
+    PAIRS
+};
 
-constexpr std::array<option, 18> long_options = {{
+constexpr std::array<option, 19> long_options = {{
     {"games", required_argument, nullptr, 'n'},
     {"tc", required_argument, nullptr, 't'},
     {"jobs", required_argument, nullptr, 'j'},
@@ -138,6 +154,7 @@ constexpr std::array<option, 18> long_options = {{
     {"draw", required_argument, nullptr, DRAW},
     {"maxplies", required_argument, nullptr, MAXPLIES},
     {"memory", required_argument, nullptr, MEMORY},
+    {"option", required_argument, nullptr, OPTION},
     {"restart", no_argument, nullptr, RESTART},
     {"pairs", required_argument, nullptr, PAIRS},
     {nullptr, 0, nullptr, 0},
@@ -173,6 +190,7 @@ void read_option(int letter, Arguments& arguments) {
         case DRAW: settings.draw = adjudication_of(optarg, "--draw", 3); break;
         case MAXPLIES: settings.longest_plies = count_of(optarg, "--maxplies", 1, MAX_PLIES); break;
         case MEMORY: settings.memory_mb = count_of(optarg, "--memory", 1, 1 << 20); break;
+        case OPTION: arguments.options.push_back(optarg); break;
         case RESTART: settings.restart = true; break;
         case PAIRS: arguments.pairs = optarg; break;
         default: tool::reject_command_line(USAGE);
@@ -208,6 +226,22 @@ void read_engines(char** texts, Settings& settings) {
     }
 }
 
+void read_engine_option(const std::string& text, Settings& settings) {
+    const auto colon = text.find(':');
+    const auto equals = std::min(text.find('=', std::min(colon, text.size())), text.size());
+    if (colon == std::string::npos || equals <= colon + 1) {
+        fail("--option " + text + ": ENGINE:OPTION=VALUE is wanted");
+    }
+    for (EngineCommand& engine : settings.engines) {
+        if (engine.name != text.substr(0, colon)) continue;
+        if (!engine.uci) fail("--option " + text + ": " + engine.name + " is no UCI engine");
+        engine.options.emplace_back(text.substr(colon + 1, equals - colon - 1),
+                                    text.substr(std::min(equals + 1, text.size())));
+        return;
+    }
+    fail("--option " + text + ": no engine of that name");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -223,6 +257,12 @@ int main(int argc, char** argv) {
     if (!arguments.pairs.empty() && optind == argc) return print_pairs(arguments);
     if (argc - optind != 2 || !arguments.pairs.empty()) { tool::reject_command_line(USAGE); }
     read_engines(argv + optind, settings);
+    for (const std::string& text : arguments.options) read_engine_option(text, settings);
+    for (const EngineCommand& engine : settings.engines) {
+        if (settings.control.nodes > 0 && !engine.uci) {
+            fail("--tc " + settings.control.text + ": " + engine.name + " is no UCI engine");
+        }
+    }
 
     init_engine();
     std::string why;

@@ -8,7 +8,8 @@
 ///   worker.cpp      one worker: its engines, its games, its way out
 ///   game.cpp        one game: clocks, answers, claims, adjudication
 ///   engine.cpp      one engine: its process and pipes
-///   protocol.cpp    what is said to an engine and what its lines mean
+///   protocol.cpp    what is said to an engine and what its lines mean, under CECP
+///   uci.cpp         the same under UCI
 ///   board.cpp       the referee's board: set-up, move texts, ends of the game
 ///   openings.cpp    the opening file
 ///   report.cpp      game records, PGN, tables
@@ -50,20 +51,25 @@ struct TimeControl {
     Micros increment = 0;  ///< added after each move
     Micros per_move = 0;   ///< time of each move, 0 for none
     int depth = 0;         ///< plies of each search, 0 for no limit
+    int nodes = 0;         ///< positions of each search, 0 for no limit; UCI engines only
     std::string text;      ///< as it was given
 };
 
-/// Read "5+0.05", "40/60", "40/60+1" (seconds), "st=1" (seconds per move) or "sd=6" (plies).
+/// Read "5+0.05", "40/60", "40/60+1" (seconds), "st=1" (seconds per move), "sd=6" (plies) or
+/// "nodes=5000".
 /// Returns false when the text is none of these.
 bool parse_time_control(const std::string& text, TimeControl& control);
 
 struct EngineCommand {
     std::string name;
-    std::vector<std::string> words;  ///< the command line
+    std::vector<std::string> words;                            ///< the command line
+    bool uci = false;                                          ///< speaks UCI, not CECP
+    std::vector<std::pair<std::string, std::string>> options;  ///< UCI options to be set
 };
 
-/// Read "NAME=COMMAND" or "COMMAND"; without a name it is that of the program file. Quotes
-/// and backslashes work as in a shell. Returns false when there is no command.
+/// Read "NAME=COMMAND" or "COMMAND"; without a name it is that of the program file. "uci:" before
+/// the command is an engine under UCI. Quotes and backslashes work as in a shell. Returns false
+/// when there is no command.
 bool parse_engine(const std::string& text, EngineCommand& command);
 
 /// A start of games: from a position, or from moves that the engines are told.
@@ -182,8 +188,16 @@ struct Surroundings {
 /// True if the worker is to end.
 bool stop_requested(const Surroundings& around);
 
+/// What an engine has to know when its turn comes.
+struct Turn {
+    const LegalMove* move;  ///< the opponent's, which the engine has not been told; null for none
+    bool clocks;            ///< the game has clocks
+    Micros own, other;      ///< what is left on them
+    int moves_to_go;        ///< to the end of this control, 0 for the whole game
+};
+
 /// An engine's process with its pipes and what it said of itself. Protocol: CECP version 2 of
-/// Tim Mann and H.G. Muller, read leniently.
+/// Tim Mann and H.G. Muller, or UCI of Rudolf Huber and Stefan Meyer-Kahlen, read leniently.
 class Engine {
   public:
     Engine(const EngineCommand& command, const Surroundings& around)
@@ -204,19 +218,21 @@ class Engine {
     /// False for an engine that cannot be given a position.
     bool can_set_up() const { return features_.setboard; }
 
-    /// False for a program that has not yet said anything that belongs to CECP.
+    /// False for a program that has not yet said anything that belongs to its protocol.
     bool has_spoken() const { return has_spoken_; }
 
-    /// Start the process and exchange features. Anything but NONE is its fault; `why` tells.
-    /// When the worker is to end, the answer is a fault without meaning, here and below.
+    /// Start the process and exchange features or options. Anything but NONE is its fault; `why`
+    /// tells. When the worker is to end, the answer is a fault without meaning, here and below.
     Fault start(std::string& why);
 
     /// Bring a running engine to the start of a game, with nothing of an earlier one unread.
     Fault begin_game(const TimeControl& control, const Opening& opening, std::string& why);
 
-    /// Hand over the turn. `move` is the opponent's move that the engine has not been told,
-    /// null when there is none.
-    void hand_turn(const LegalMove* move, bool clocks, Micros own, Micros other);
+    /// Hand over the turn, to the side to move of the board.
+    void hand_turn(const Turn& turn);
+
+    /// Take in that the engine's own move was legal.
+    void confirm_move(const LegalMove& move) { game_moves_.push_back(move.coordinates); }
 
     /// Await what ends the turn, until `deadline`. Lines of no meaning are passed over.
     Answer await_answer(Micros deadline);
@@ -260,6 +276,12 @@ class Engine {
     std::string move_line(const LegalMove& move);
     void log(const char* direction, std::string_view line);
 
+    // The same under UCI.
+    Fault start_uci(std::string& why);
+    bool set_options(std::string& why);
+    std::string go_line(const Turn& turn) const;
+    static bool interpret_uci(const std::string& line, Answer& answer, Thought& thought);
+
     const EngineCommand& command_;
     const Surroundings& around_;
     pid_t pid_ = 0;
@@ -278,6 +300,11 @@ class Engine {
     std::vector<std::string> told_;  ///< moves sent since the engine's last answer
     Answer pending_ = {};            ///< a claim that came before its turn; LATE for none
     Thought thought_;
+
+    TimeControl control_;                    ///< of this game; here and below under UCI only
+    std::string game_start_;                 ///< "startpos" or "fen ..."
+    std::vector<std::string> game_moves_;    ///< all moves since, in coordinates
+    std::vector<std::string> option_lines_;  ///< "option name ...", as the engine said them
 };
 
 // ---------------------------------------------------------------------------

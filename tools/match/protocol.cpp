@@ -1,4 +1,5 @@
-// What is said to an engine and what its lines mean. Real engines print boards, free text and
+// What is said to an engine and what its lines mean, under CECP; uci.cpp has the other protocol.
+// Real engines print boards, free text and
 // thinking in many forms, answer a ping twice or answer commands that they do not know as if
 // they were moves: only lines of a clear meaning count.
 #include "tools/match/match.h"
@@ -173,10 +174,11 @@ bool Engine::speaks_uci() {
 
 Fault Engine::start(std::string& why) {
     if (!launch(why)) return Fault::CRASH;
+    if (command_.uci) return start_uci(why);
     send("xboard\nprotover 2");
     Fault fault = await_features(why);
     if (fault == Fault::NONE && !has_spoken_ && speaks_uci()) {
-        why = "does not speak CECP but UCI: start it through polyglot";
+        why = "does not speak CECP but UCI: write uci: before its command";
         return Fault::SILENCE;
     }
     if (fault == Fault::NONE) {
@@ -191,9 +193,10 @@ Fault Engine::start(std::string& why) {
 
 // Waits until the engine has done all that it was told, as far as it can tell.
 Fault Engine::synchronise(Micros patience, std::string& why) {
-    const bool asked = features_.ping;
-    const std::string pong = "pong " + std::to_string(++pings_);
-    if (asked) send("ping " + std::to_string(pings_));
+    const bool asked = command_.uci || features_.ping;
+    const std::string number = std::to_string(++pings_);
+    const std::string pong = command_.uci ? "readyok" : "pong " + number;
+    if (asked) send(command_.uci ? "isready" : "ping " + number);
     const Micros deadline = now() + (asked ? patience : PAUSE_WITHOUT_PING);
     std::string line;
     for (;;) {
@@ -202,6 +205,7 @@ Fault Engine::synchronise(Micros patience, std::string& why) {
                 has_spoken_ = true;
                 return Fault::NONE;
             }
+            if (command_.uci) continue;
             if (starts_with(line, "feature ")) read_features(line);
             if (is_refusal(line)) {
                 why = line;
@@ -227,6 +231,13 @@ Fault Engine::begin_game(const TimeControl& control, const Opening& opening, std
     going_ = false;
     pending_ = {};
     told_.clear();
+    if (command_.uci) {
+        control_ = control;
+        game_start_ = opening.fen == INITIAL_FEN ? "startpos" : "fen " + opening.fen;
+        game_moves_ = opening.moves;
+        send("ucinewgame");
+        return synchronise(GAME_PATIENCE, why);
+    }
     send("force\nnew\npost\neasy\nforce");
     begin_game_at(INITIAL_FEN, why);
     if (opening.fen != INITIAL_FEN) send("setboard " + opening.fen);
@@ -245,18 +256,23 @@ std::string Engine::move_line(const LegalMove& move) {
     return (features_.usermove ? "usermove " : "") + told_.back();
 }
 
-void Engine::hand_turn(const LegalMove* move, bool clocks, Micros own, Micros other) {
+void Engine::hand_turn(const Turn& turn) {
     drop_unread();
     told_.clear();
     thought_ = {};
+    if (turn.move != nullptr) game_moves_.push_back(turn.move->coordinates);
+    if (command_.uci) {
+        send(go_line(turn));
+        return;
+    }
     std::string lines;
-    const std::string move_text = move == nullptr ? "" : move_line(*move) + "\n";
+    const std::string move_text = turn.move == nullptr ? "" : move_line(*turn.move) + "\n";
     if (!going_) lines += move_text;
-    if (clocks && features_.time) {
+    if (turn.clocks && features_.time) {
         const auto centiseconds = [](Micros time) {
             return std::to_string(std::max<Micros>(time, 0) / (SECOND / 100));
         };
-        lines += "time " + centiseconds(own) + "\notim " + centiseconds(other) + "\n";
+        lines += "time " + centiseconds(turn.own) + "\notim " + centiseconds(turn.other) + "\n";
     }
     lines += going_ ? move_text : "go\n";
     lines.pop_back();
@@ -304,6 +320,7 @@ Answer Engine::await_answer(Micros deadline) {
 // Takes in what a line tells. Returns true if it ends the turn.
 bool Engine::interpret(const std::string& line, Answer& answer) {
     answer.text = line;
+    if (command_.uci) return interpret_uci(line, answer, thought_);
     if (const std::string move = move_of(line); !move.empty()) {
         answer.kind = Answer::MOVE;
         answer.text = move;
@@ -338,7 +355,7 @@ bool Engine::is_refusal(const std::string& line) const {
 }
 
 void Engine::end_game(const std::string& result, const std::string& reason) {
-    if (running()) send("force\nresult " + result + " {" + reason + "}");
+    if (running() && !command_.uci) send("force\nresult " + result + " {" + reason + "}");
 }
 
 }  // namespace tarsimo::match

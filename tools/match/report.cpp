@@ -78,7 +78,7 @@ void print_tag(std::ostream& out, const char* name, const std::string& value) {
 
 std::string pgn_time_control(const TimeControl& control) {
     char text[64];
-    if (control.depth > 0) return "-";
+    if (control.depth > 0 || control.nodes > 0) return "-";
     if (control.per_move > 0) {
         std::snprintf(text, sizeof text, "1/%g", in_seconds(control.per_move));
         return text;

@@ -9,9 +9,11 @@ namespace tarsimo::match {
 
 namespace {
 
+constexpr std::string_view UCI_MARK = "uci:";
 constexpr double LONGEST_SECONDS = 100000;
 constexpr int MAX_MOVES = 1000;
 constexpr int DEEPEST = 60;
+constexpr int MAX_NODES = 2000000000;
 
 // Reads a number of seconds and moves `text` behind it.
 bool read_seconds(const char*& text, Micros& time) {
@@ -74,6 +76,10 @@ bool parse_time_control(const std::string& text, TimeControl& control) {
         rest += 3;
         return read_seconds(rest, control.per_move) && control.per_move > 0 && *rest == '\0';
     }
+    if (text.rfind("nodes=", 0) == 0) {
+        rest += 6;
+        return read_count(rest, MAX_NODES, control.nodes) && *rest == '\0';
+    }
     if (text.find('/') != std::string::npos) {
         if (!read_count(rest, MAX_MOVES, control.moves) || *rest++ != '/') return false;
     }
@@ -86,7 +92,10 @@ bool parse_engine(const std::string& text, EngineCommand& command) {
     std::size_t equals = 0;
     while (equals < text.size() && is_name_letter(text[equals])) ++equals;
     const bool named = equals > 0 && equals < text.size() && text[equals] == '=';
-    command.words = split_words(named ? text.substr(equals + 1) : text);
+    std::string line = named ? text.substr(equals + 1) : text;
+    command.uci = line.rfind(UCI_MARK, 0) == 0;
+    if (command.uci) line.erase(0, UCI_MARK.size());
+    command.words = split_words(line);
     if (command.words.empty() || command.words[0].empty()) return false;
     if (named) {
         command.name = text.substr(0, equals);
