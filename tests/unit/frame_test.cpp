@@ -35,6 +35,42 @@ TEST_F(Frame, Tempo) {
     }
 }
 
+// The score is the sum of its parts to the centipawn, each of them rounded towards zero.
+TEST_F(Frame, ScoreIsTheSumOfItsParts) {
+    const auto weighted = [](WeightKind kind, std::size_t colour, int (*part)(ScorePair)) {
+        int sum = 0;
+        for (const WeightGroup& group : weight_groups) {
+            if (group.kind != kind) continue;
+            for (int i = group.first; i < group.first + group.size; ++i) {
+                sum += eval_trace.counts[colour][idx(i)] * part(weights[idx(i)]);
+            }
+        }
+        return sum;
+    };
+    const auto total = [&](std::size_t colour) {
+        const EvalTrace& trace = eval_trace;
+        const int middlegame = weighted(WeightKind::TAPERED, colour, middlegame_part);
+        const int endgame = weighted(WeightKind::TAPERED, colour, endgame_part);
+        const int shelter = weighted(WeightKind::SHELTER, colour, middlegame_part);
+        return trace.material[colour] + trace.opening[colour] + trace.squares[colour] +
+               trace.king_attack[colour] + trace.trade_down[colour] + trace.pawn_ending[colour] +
+               shelter * trace.shelter_material[colour] / 3330 +
+               (middlegame * trace.mix + endgame * (6660 - trace.mix)) / 6660;
+    };
+    int compared = 0;
+    visit_random_positions(40, 110, [&] {
+        const int score = evaluate_traced();
+        if (!eval_trace.linear) return;
+        ++compared;
+        int lead = total(0) - total(1);
+        const int cut = std::abs(lead) * (64 - eval_trace.scale) / 64;
+        lead += lead > 0 ? -cut : cut;
+        const int sum = side * lead + eval_trace.tempo;
+        EXPECT_EQ(score, sum / eval_trace.divisor * eval_trace.damping / 20) << game_ply;
+    });
+    EXPECT_GT(compared, 3000);
+}
+
 // Eight for each piece on the board, off the total of a side that is ahead by more than 199.
 TEST_F(Frame, TradeDown) {
     struct Case {

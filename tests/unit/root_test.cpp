@@ -111,6 +111,8 @@ TEST_F(Root, IterationsEndByDepth) {
     EXPECT_EQ(iterations_of(SEVEN_MOVES, 200), 127);
     EXPECT_EQ(iterations_of(SEVEN_MOVES, 0), 0);
     EXPECT_EQ(last_move(), "e1f1") << "a legal move all the same";
+    EXPECT_EQ(iterations_of("k7/8/8/8/8/8/1r6/K7 w - -", 0), 0);
+    EXPECT_EQ(last_move(), "a1b2") << "though it does not stand first in the list";
     EXPECT_EQ(iterations_of("k7/8/8/8/8/8/1r6/K7 w - -", 60), 4) << "a single legal move";
 }
 
@@ -254,6 +256,28 @@ TEST_F(Root, LinesAndMovesAskedFor) {
     EXPECT_EQ(root.lines[0].score, 30);
     EXPECT_EQ(root.lines[1].score, 20);
     EXPECT_EQ(coordinate_name(move_at(0)) + coordinate_name(move_at(1)), "h2h4e1f1");
+    EXPECT_EQ(
+        std::count_if(searched.begin(), searched.end(), [](auto& move) { return move.first; }), 1)
+        << "the first move of a later line is not the first root move";
+}
+
+// What the clock asks about the best move is not said by a change within a later line.
+TEST_F(Root, OnlyTheFirstLineHasTheBestMove) {
+    const auto search_with_lost = [this](const std::string& lost) {
+        set_up(SEVEN_MOVES);
+        verdict = [lost](const RootMove& move) {
+            return move.move == lost ? Verdict::LOST : Verdict::DRAW;
+        };
+        begin_root_search({.lines = 2, .among = {}});
+        root.iteration_depth = 4;
+        output_of([] { search_root_moves(); });
+    };
+    search_with_lost("e1d1");
+    EXPECT_EQ(root.best_move_changes[4], 0);
+    EXPECT_TRUE(root.best_move_stable);
+    search_with_lost("e1f1");
+    EXPECT_EQ(root.best_move_changes[4], 1);
+    EXPECT_FALSE(root.best_move_stable);
 }
 
 // From the ninth iteration on a score like that of a mate is enough.
@@ -272,8 +296,9 @@ TEST_F(Root, MateInHand) {
         root.iteration_depth = depth;
         root.lines[0].score = last_score;
         Iteration end{};
-        output_of([&end] { end = search_root_moves(); });
+        const std::string output = output_of([&end] { end = search_root_moves(); });
         EXPECT_EQ(end, ends ? Iteration::MATE_FOUND : Iteration::COMPLETE);
+        EXPECT_EQ(output.find("  319.00  ") != output.npos, ends) << "it is told once more";
         EXPECT_EQ(searched.empty(), ends) << last_score << " " << depth;
     }
 }
