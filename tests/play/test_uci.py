@@ -10,14 +10,16 @@ from conftest import PATIENCE, START, UCI_ENGINE, Interface
 MIDDLEGAME = "r1bqk2r/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQK2R w KQkq - 0 6"
 MATE_IN_TWO = "kbK5/pp6/1P6/8/8/8/8/R7 w - - 0 1"
 CHECKMATE = "7k/6Q1/6K1/8/8/8/8/8 b - - 0 1"
+ROOK_ENDING = "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"  # 14 moves; the pawn on b5 is pinned
+ONE_MOVE = "k7/8/8/8/8/8/1r6/K7 w - - 0 1"
 STALEMATE = "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1"
 
 MOVE = r"[a-h][1-8][a-h][1-8][qrbn]?"
 INFO = re.compile(r"info depth (?P<depth>\d+) seldepth (?P<seldepth>\d+) multipv (?P<multipv>\d+) "
                   r"score (?P<kind>cp|mate) (?P<score>-?\d+)(?P<bound> (?:upper|lower)bound)? "
-                  r"nodes (?P<nodes>\d+) nps \d+ hashfull (?P<hashfull>\d+) time (?P<time>\d+) "
+                  r"nodes (?P<nodes>\d+) nps (?P<nps>\d+) hashfull (?P<hashfull>\d+) time (?P<time>\d+) "
                   rf"pv(?P<pv>(?: {MOVE})*)")
-CURRENT = re.compile(rf"info depth \d+ currmove {MOVE} currmovenumber \d+")
+CURRENT = re.compile(rf"info depth (?P<depth>\d+) currmove {MOVE} currmovenumber (?P<number>\d+)")
 BEST = re.compile(rf"bestmove (?P<move>{MOVE}|0000)(?: ponder (?P<ponder>{MOVE}))?")
 
 
@@ -87,7 +89,9 @@ def test_every_go_has_one_bestmove_with_a_legal_line(uci, assert_legal):
     assert infos[-1]["pv"].split()[:2] == [best["move"], best["ponder"]]
     for info in infos:
         assert int(info["seldepth"]) >= int(info["depth"]) and int(info["hashfull"]) <= 1000
+        assert int(info["nps"]) == int(info["nodes"]) * 1000 // max(int(info["time"]), 1)
         assert_legal(info["pv"].split(), MIDDLEGAME)
+    assert int(infos[-1]["seldepth"]) > 9, "captures are followed further"
 
 
 def test_promotions_are_named_by_a_letter(uci, assert_legal):
@@ -115,6 +119,12 @@ def test_the_mated_side_counts_below_zero(uci):
     assert infos[-1]["kind"] == "mate" and int(infos[-1]["score"]) < 0
 
 
+def test_a_score_that_falls_is_a_bound_first(uci):
+    infos, _, _ = uci.go("position fen kbK5/pp6/RP6/8/8/8/8/8 b - - 0 1", "go depth 6")
+    assert {info["bound"] for info in infos} == {None, " upperbound"}
+    assert (infos[-1]["kind"], infos[-1]["score"], infos[-1]["bound"]) == ("mate", "-1", None)
+
+
 @pytest.mark.parametrize("fen, why", [(CHECKMATE, "checkmate"), (STALEMATE, "stalemate")])
 def test_no_legal_move(uci, fen, why):
     for limits in ("depth 3", "wtime 1000 btime 1000", "movetime 10", "nodes 5"):
@@ -137,6 +147,19 @@ def test_a_game_told_again_is_not_forgotten(uci):
     assert infos[-1]["score"] != "0"
 
 
+def test_the_fifth_field_counts_towards_the_fifty_move_rule(uci):
+    fen = "6k1/5ppp/8/8/8/8/q4PPP/1N4K1 w - -"
+    for fields, drawn in (("99 80", True), ("9 80", False), ("0 99", False), ("x 99", False),
+                          ("", False)):
+        infos, _, _ = uci.go(f"position fen {fen} {fields}", "go depth 3 searchmoves b1c3")
+        assert (infos[-1]["score"] == "0") == drawn, fields
+
+
+def test_hashfull_counts_the_running_search(uci):
+    assert int(uci.go(f"position fen {MIDDLEGAME}", "go nodes 300000")[0][-1]["hashfull"]) > 0
+    assert uci.go("go depth 1")[0][-1]["hashfull"] == "0"
+
+
 # ---------------------------------------------------------------------------
 # Limits
 # ---------------------------------------------------------------------------
@@ -152,6 +175,25 @@ def test_limits(uci):
     assert uci.go("go depth 4 searchmoves h2h3 a2a3 h9h8 e1e8")[2]["move"] in ("h2h3", "a2a3")
     infos, _, best = uci.go(f"position fen {MATE_IN_TWO}", "go mate 2")
     assert (infos[-1]["score"], best["move"]) == ("2", "a1a6")
+    assert int(infos[-1]["depth"]) < 8, "it is good enough"
+
+
+def test_a_mate_is_not_the_end_of_every_search(uci):
+    uci.send(f"position fen {MATE_IN_TWO}")
+    assert int(uci.go("go depth 8")[0][-1]["depth"]) < 8
+    assert uci.go("go depth 8 mate 1")[0][-1]["depth"] == "8"
+    uci.send("go infinite")
+    while not ((info := INFO.fullmatch(uci.line())) and info["depth"] == "12"):
+        pass
+    uci.go("stop")
+
+
+def test_without_a_choice_only_the_clock_is_saved(uci):
+    uci.send(f"position fen {ONE_MOVE}")
+    for limits, depth in (("depth 8", "8"), ("wtime 60000 depth 8", "4"),
+                          ("movetime 5000 depth 8", "4")):
+        assert uci.go(f"go {limits}")[0][-1]["depth"] == depth
+    assert uci.go("setoption name MultiPV value 2", "go wtime 60000 depth 8")[0][-1]["depth"] == "8"
 
 
 @pytest.mark.parametrize("limits", [
@@ -173,6 +215,43 @@ def test_clock_is_kept_to_the_millisecond(uci):
         began = time.monotonic()
         uci.go(f"position fen {MIDDLEGAME}", f"go wtime {left} btime 9 winc 3 binc 3")
         assert time.monotonic() - began < left / 1000 + PATIENCE / 10
+
+
+def seconds_for(uci, *lines):
+    began = time.monotonic()
+    uci.go(*lines)
+    return time.monotonic() - began
+
+
+FORTY_PLIES = " ".join(["a1b1 a8b8 b1a1 b8a8"] * 10)
+
+
+@pytest.mark.alone
+@pytest.mark.parametrize("moves, limits, least, most", [
+    ("", "wtime 6000 btime 400", 0.17, 2),  # a twentieth of the own clock
+    (" a1b1", "wtime 400 btime 6000", 0.17, 2),
+    ("", "wtime 2000 btime 2000 winc 1000 binc 0", 0.33, 2),  # half of the own increment
+    (" a1b1", "wtime 2000 btime 2000 winc 0 binc 1000", 0.33, 2),
+    ("", "wtime 2000 btime 2000 movestogo 1", 0.58, 2),  # all but a second
+    (" a1b1", "wtime 2000 btime 2000 movestogo 1", 0.58, 2)])
+def test_the_own_clock_is_shared_out(uci, moves, limits, least, most):
+    """An iteration is begun before 60 percent of the share are gone, none takes two shares."""
+    uci.send(f"position fen {MIDDLEGAME} moves {FORTY_PLIES}{moves}")
+    assert least < seconds_for(uci, f"go {limits}") < most
+
+
+@pytest.mark.alone
+def test_move_overhead_is_kept_back(uci):
+    uci.send("setoption name Move Overhead value 99999", f"position fen {MIDDLEGAME}")  # 5000
+    assert 0.23 < seconds_for(uci, "go wtime 6400 btime 6400 movestogo 1") < 2
+    # Half of a time for the move is always used, and here to the end: a second budget is not.
+    uci.send("setoption name MultiPV value 30")
+    assert 0.79 < seconds_for(uci, "go movetime 1600") < 1.4
+
+
+@pytest.mark.alone
+def test_movetime_is_used_to_the_end(uci):
+    assert 0.36 < seconds_for(uci, f"position fen {ROOK_ENDING}", "go movetime 400") < 2
 
 
 # ---------------------------------------------------------------------------
@@ -239,6 +318,17 @@ def test_current_moves_come_after_the_first_second(thinking):
     thinking.go("stop")
 
 
+def test_current_moves_are_numbered_by_iteration(uci):
+    uci.send(f"position fen {ROOK_ENDING}", "go infinite")
+    numbers = {}
+    while len(numbers) < 4:
+        if current := CURRENT.fullmatch(uci.line()):
+            numbers.setdefault(int(current["depth"]), []).append(int(current["number"]))
+    uci.go("stop")
+    for depth in sorted(numbers)[1:-1]:
+        assert numbers[depth] == list(range(1, 15))
+
+
 def test_pondering(uci):
     clock = "wtime 2000 btime 2000"
     uci.send("position startpos moves e2e4 e7e5", f"go ponder {clock}")
@@ -253,6 +343,25 @@ def test_pondering(uci):
     assert uci.go("ponderhit")[2]["move"] == "a1a6"
     uci.send("ponderhit", "stop", f"go ponder {clock}")
     assert uci.go("stop")[2]["move"] == "a1a6"
+    uci.send("go ponder infinite", "ponderhit")
+    assert drain(uci) == []
+    assert uci.go("stop")[2]["move"] == "a1a6"
+
+
+@pytest.mark.alone
+def test_a_hit_begins_the_own_time(uci):
+    """A thirtieth of the clock, whatever has passed before; what is told counts from `go`."""
+    uci.send("setoption name MultiPV value 10", f"position fen {MIDDLEGAME}",
+             "go ponder wtime 10000 btime 10000")
+    time.sleep(1.2)
+    began = time.monotonic()
+    uci.send("ponderhit")
+    time.sleep(0.1)
+    infos, _, _ = uci.go("ponderhit")  # this one hits nothing
+    assert 0.19 < time.monotonic() - began < 2
+    times = [int(info["time"]) for info in infos]
+    assert times == sorted(times) and times[-1] > 1000
+    assert int(uci.go("go depth 1")[0][-1]["time"]) < 1000
 
 
 def test_end_of_input(uci):
@@ -316,6 +425,7 @@ def test_fixed_replies_are_for_games_only(uci):
     for limits in ("depth 2", "nodes 50", "movetime 30 nodes 10000000", "mate 1 movetime 30",
                    "movetime 30 searchmoves d2d4 e2e4"):
         assert uci.go(f"go {limits}")[0] != []
+    assert uci.go("go ponder wtime 60 btime 60", "ponderhit")[0] != []
     for option in ("MultiPV value 2", "UCI_AnalyseMode value true"):
         assert uci.go(f"setoption name {option}", "go movetime 30")[0] != []
         uci.send("setoption name MultiPV value 1")
@@ -359,10 +469,19 @@ def test_tree_is_that_of_the_other_dialogue(uci, new_gui):
     ("fen", "the board field is missing"), ("", "neither startpos nor fen"),
     ("fen 8/8/8/8/8/8/8 w - - 0 1", "the board is not eight ranks of eight squares"),
     ("fen 8/8/8/8/8/8/8/8 w - - 0 1", "there is not one king of each colour"),
+    ("fen k7/9/8/8/8/8/8/K7 w - -", "the board is not eight ranks of eight squares"),
+    ("fen k6/8/8/8/8/8/8/K7 w - -", "the board is not eight ranks of eight squares"),
+    ("fen k7/8/8/8/8/8/8/K6 w - -", "the board is not eight ranks of eight squares"),
+    ("fen k7/8/8/8/8/8/8/K71 w - -", "the board is not eight ranks of eight squares"),
+    ("fen k7/8/8/8/8/8/8/8/K7 w - -", "the board is not eight ranks of eight squares"),
+    ("fen k7/8/8/8/8/8/8/K6K w - -", "there is not one king of each colour"),
+    ("fen k6k/8/8/8/8/8/8/K7 w - -", "there is not one king of each colour"),
     ("fen k7/8/8/8/8/8/8/K6P w - -", "a pawn stands on a last rank"),
+    ("fen kP6/8/8/8/8/8/8/K7 w - -", "a pawn stands on a last rank"),
     ("fen k7/8/8/8/8/8/8/K6R x - -", "the side to move is neither w nor b"),
     ("fen k6R/8/8/8/8/8/8/K7 w - -", "the side that has moved is in check"),
     ("fen k7/8/8/8/8/8/8/K7 w KX -", "the castling field is neither - nor made of KQkq"),
+    ("fen k7/8/8/8/8/8/8/K7 w - e3", "the en-passant field is neither - nor behind a double step"),
     ("fen k7/8/8/8/8/8/8/K7 w - e4", "the en-passant field is neither - nor behind a double step"),
 ])
 def test_bad_positions_leave_the_game(uci, text, why):
@@ -376,6 +495,13 @@ def test_illegal_moves_end_the_game_before_them(uci):
                               "go depth 1 searchmoves g1f3")
     assert strings == ["info string illegal move 'e1e3?': the game ends before it"]
     assert best["move"] == "g1f3"
+    # A position that is refused leaves the game as it stood there.
+    strings = uci.go("position fen 8", "go depth 1")[1]
+    assert len(strings) == 1 and strings[0].startswith("info string not a position")
+    # A pinned knight; and no more than the head of a long word is quoted.
+    for move, told in (("e2c3", "e2c3"), ("x" * 90, "x" * 40)):
+        strings = uci.go(f"position fen 4k3/4r3/8/8/8/8/4N3/4K3 w - - moves {move}", "go depth 1")[1]
+        assert strings == [f"info string illegal move '{told}': the game ends before it"]
 
 
 def test_words_without_sense(uci):

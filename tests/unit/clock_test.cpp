@@ -1,5 +1,6 @@
 // Time: the budget of a move from the clocks, and the test that stops a search.
 #include "control/input.h"
+#include "control/uci.h"
 #include "support.h"
 
 #include <unistd.h>
@@ -236,6 +237,8 @@ TEST_F(StopTest, ElapsedTimeAcrossTheWrapOfTheClock) {
     search_start_ms = 2147483647 - 499;
     EXPECT_EQ(elapsed_ms(), 1000);
     now_ms = 0;
+    start_clock_ago(-5);
+    EXPECT_EQ(elapsed_ms(), -5) << "not yet begun";
 }
 
 // A root move past the first may take two budgets, the first one only when the best move was
@@ -293,6 +296,19 @@ TEST_F(StopTest, GuiIsHeard) {
     EXPECT_FALSE(stops_at(0));
     analyze_mode = true;
     EXPECT_TRUE(stops_at(0));
+}
+
+// What comes by UCI is heard and answered also when the budget is spent.
+TEST_F(StopTest, UciIsHeardInOvertime) {
+    voice = &uci_voice;
+    for (const int elapsed : {0, 60000}) {
+        input.send("isready\n");
+        EXPECT_EQ(output_of([=] { EXPECT_FALSE(stops_at(elapsed)); }), "readyok\n") << elapsed;
+        EXPECT_FALSE(stop_requested);
+        input.send("stop\n");
+        EXPECT_TRUE(stops_at(elapsed));
+        EXPECT_TRUE(stop_requested);
+    }
 }
 
 // While pondering any line ends the search, and is left for the command loop; the clock does only

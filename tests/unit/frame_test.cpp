@@ -17,6 +17,39 @@ class Frame : public Engine {
     }
 };
 
+// What the weights of a kind that were counted for a colour add up to.
+int weighted(WeightKind kind, std::size_t colour, int (*part)(ScorePair)) {
+    int sum = 0;
+    for (const WeightGroup& group : weight_groups) {
+        if (group.kind != kind) continue;
+        for (int i = group.first; i < group.first + group.size; ++i) {
+            sum += eval_trace.counts[colour][idx(i)] * part(weights[idx(i)]);
+        }
+    }
+    return sum;
+}
+
+int sum_of_terms(std::size_t colour) {
+    const EvalTrace& trace = eval_trace;
+    const int middlegame = weighted(WeightKind::TAPERED, colour, middlegame_part);
+    const int endgame = weighted(WeightKind::TAPERED, colour, endgame_part);
+    const int shelter = weighted(WeightKind::SHELTER, colour, middlegame_part);
+    return trace.opening[colour] + trace.squares[colour] + trace.king_attack[colour] +
+           trace.trade_down[colour] + trace.pawn_ending[colour] +
+           shelter * trace.shelter_material[colour] / 3330 +
+           (middlegame * trace.mix + endgame * (6660 - trace.mix)) / 6660;
+}
+
+int lead_of_terms() { return sum_of_terms(0) - sum_of_terms(1); }
+
+int score_of_trace() {
+    int lead = white_material - black_material + lead_of_terms();
+    const int cut = std::abs(lead) * (64 - eval_trace.scale) / 64;
+    lead += lead > 0 ? -cut : cut;
+    const int sum = side * lead + eval_trace.tempo;
+    return sum / eval_trace.divisor * eval_trace.damping / 20;
+}
+
 // Two knights, two bishops, two rooks and a queen each, and no pawn.
 constexpr const char* MIDDLEGAME = "rnbqkbnr/8/8/8/8/8/8/RNBQKBNR w KQkq -";
 constexpr const char* TRANSITION = "qrnnk3/p7/8/8/8/8/P7/QRNNK3 w - -";
@@ -33,6 +66,42 @@ TEST_F(Frame, Tempo) {
         side = BLACK;
         EXPECT_EQ(for_white + evaluate(-INF, INF), 2 * eval_trace.tempo) << fen;
     }
+}
+
+// The score is the sum of its parts to the centipawn, each of them rounded towards zero.
+TEST_F(Frame, ScoreIsTheSumOfItsParts) {
+    int compared = 0;
+    visit_random_positions(40, 110, [&] {
+        const int score = evaluate_traced();
+        if (!eval_trace.linear) return;
+        ++compared;
+        EXPECT_EQ(score, score_of_trace()) << game_ply;
+    });
+    EXPECT_GT(compared, 3000);
+    set_up(MIDDLEGAME);
+    set_evaluation(777);
+    EXPECT_NE(evaluate_traced(), 777) << "what is traced is no answer of the cache";
+}
+
+// Of what the terms of a pawn ending lead by, a third counts beyond 250.
+TEST_F(Frame, LeadsInPawnEndingsAreCompressed) {
+    int compressed = 0;
+    for (const char* fen : {"4k3/5ppp/8/8/8/8/5PPP/4K3 w - -", "8/PP6/8/8/7k/7p/8/K7 w - -",
+                            "8/8/7k/p7/1P6/PPP5/8/K7 w - -", "k7/ppp5/1p6/P7/7K/8/8/8 b - -",
+                            "k7/8/7P/7K/8/8/pp6/8 b - -", "8/PPP5/8/8/7k/7p/8/K7 w - -",
+                            "8/PPP5/8/8/7k/6pp/8/K7 w - -", "8/P1P5/8/8/7k/7p/7p/K7 w - -"}) {
+        set_up(fen);
+        evaluate_traced();
+        if (!eval_trace.linear) continue;
+        const ColourPair all = pawn_ending_terms();
+        const ColourPair counted = eval_trace.pawn_ending;
+        const int lead = lead_of_terms() + (all[0] - counted[0]) - (all[1] - counted[1]);
+        const int cut = std::max(std::abs(lead) - 250, 0) * 2 / 3;
+        EXPECT_EQ(all[0] - counted[0], lead > 0 ? cut : 0) << fen;
+        EXPECT_EQ(all[1] - counted[1], lead > 0 ? 0 : cut) << fen;
+        if (cut > 0) ++compressed;
+    }
+    EXPECT_GT(compressed, 3);
 }
 
 // Eight for each piece on the board, off the total of a side that is ahead by more than 199.
@@ -157,6 +226,10 @@ TEST_F(Frame, OpeningTerms) {
          }) {
         EXPECT_EQ(trace_of(fen).opening[0], white) << fen;
     }
+    // The steps are kept for the terms of the queens.
+    trace_of("rnbqkbnr/pppppppp/8/BB6/8/N6N/PPPPPPPP/R2QK2R w kq -");
+    EXPECT_EQ(white_eval.development, 5);
+    EXPECT_EQ(black_eval.development, 0);
     // Asked for as long as one side has more than 2169 of pieces; then both count as developed.
     const auto asked = [](const char* fen) {
         const bool skipped = trace_of(fen).opening == ColourPair{} && white_eval.development == 6;
@@ -182,6 +255,7 @@ TEST_F(Frame, DrawishPawnlessEndings) {
              {"r3k3/8/8/8/8/8/8/2B1KB2 w - -", 4},
          }) {
         EXPECT_EQ(trace_of(fen).divisor, divisor) << fen;
+        EXPECT_EQ(evaluate_traced(), score_of_trace()) << fen;
     }
 }
 

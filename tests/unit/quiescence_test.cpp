@@ -54,7 +54,13 @@ TEST_F(Quiescence, NeitherMatesNorChecksAreSeen) {
     EXPECT_EQ(nodes, 1U);
     EXPECT_EQ(tried("4k3/8/8/8/8/8/8/R3K3 w - -"), "");
     EXPECT_EQ(tried("4r1k1/8/8/3n4/4P3/8/8/4K3 w - -"), "") << "the pawn may not leave the file";
-    EXPECT_EQ(tried("4r1k1/8/8/3n4/2P5/8/8/4K3 w - -"), "") << "in check";
+    // In check at any ply: a capture that leaves the king attacked is not searched.
+    for (const int ply : {0, 5}) {
+        set_up("4r1k1/8/8/3n4/2P5/8/8/4K3 w - -");
+        begin_at_ply(ply);
+        quiesce(-INF, INF, 0);
+        EXPECT_EQ(nodes, 1U) << "ply " << ply;
+    }
 }
 
 TEST_F(Quiescence, RepetitionsAtTheFirstNodeOnly) {

@@ -44,7 +44,7 @@ class Root : public Engine {
 
     // Thinks about the position; returns what was printed. To the dialogue something always waits
     // to be read, so that the tables' memory is left alone.
-    std::string think_aloud(bool xboard = true) {
+    std::string think_aloud(bool xboard = true, const ThinkTask& wanted = {}) {
         searched.clear();
         xboard_mode = xboard;
         dialogue = xboard ? cecp_voice : console_voice;
@@ -52,7 +52,7 @@ class Root : public Engine {
         voice = &dialogue;
         time_budget_ms = BUDGET_MS;
         tick_ms = 0;
-        return output_of([] { think(); });
+        return output_of([&wanted] { think(wanted); });
     }
     int iterations() const { return searched.empty() ? 0 : searched.back().iteration; }
     static std::string last_move() {
@@ -111,7 +111,13 @@ TEST_F(Root, IterationsEndByDepth) {
     EXPECT_EQ(iterations_of(SEVEN_MOVES, 200), 127);
     EXPECT_EQ(iterations_of(SEVEN_MOVES, 0), 0);
     EXPECT_EQ(last_move(), "e1f1") << "a legal move all the same";
+    EXPECT_EQ(iterations_of("k7/8/8/8/8/8/1r6/K7 w - -", 0), 0);
+    EXPECT_EQ(last_move(), "a1b2") << "though it does not stand first in the list";
     EXPECT_EQ(iterations_of("k7/8/8/8/8/8/1r6/K7 w - -", 60), 4) << "a single legal move";
+    set_up("k7/8/8/8/8/8/1r6/K7 w - -");
+    max_depth = 6;
+    think_aloud(true, {.root = {}, .ends_early = false});
+    EXPECT_EQ(iterations(), 6);
 }
 
 // A new iteration begins before 60 percent of the budget are gone.
@@ -124,6 +130,10 @@ TEST_F(Root, IterationsEndByTime) {
         };
         think_aloud();
         EXPECT_EQ(iterations(), elapsed == 599 ? 12 : 6);
+        set_up(SEVEN_MOVES);
+        max_depth = 12;
+        think_aloud(true, {.root = {}, .uses_whole_budget = true});
+        EXPECT_EQ(iterations(), 12) << "time that cannot be kept for later is used";
     }
 }
 
@@ -176,11 +186,28 @@ TEST_F(Root, ObviousRecapture) {
     EXPECT_EQ(iterations_after(rook_takes_rook, 125, 0, true), 12) << "in analysis";
     EXPECT_EQ(iterations_after("1r5k/7p/8/8/8/8/1B5P/K1B5 b - -", 125), 12) << "took a bishop";
     EXPECT_EQ(iterations_after("1r5k/7p/8/8/8/8/7P/K1B5 b - -", 125), 12) << "took nothing";
-    set_up("7k/b6p/8/8/3B4/8/7P/K7 b - -");
-    play("a7d4");
+    score = [](const RootMove& move) { return move.move == "c3d4" ? 40 : 0; };
+    for (const bool rooks : {false, true}) {
+        set_up(rooks ? "3r3k/7p/8/8/3R4/2K5/7P/8 b - -" : "7k/b6p/8/8/3B4/2K5/7P/8 b - -");
+        play(rooks ? "d8d4" : "a7d4");
+        max_depth = 12;
+        think_aloud();
+        EXPECT_EQ(last_move(), "c3d4");
+        EXPECT_EQ(iterations(), rooks ? 10 : 12) << "bishops are not enough";
+    }
+    // Neither a search on the opponent's time nor a task that wants more ends so.
+    set_up(rook_takes_rook);
+    play("b8b2");
     max_depth = 12;
-    think_aloud();
-    EXPECT_EQ(iterations(), 12) << "bishops";
+    searched.clear();
+    dialogue.input_waiting = [] { return false; };
+    output_of(ponder_on);
+    EXPECT_EQ(iterations(), 12);
+    set_up(rook_takes_rook);
+    play("b8b2");
+    max_depth = 12;
+    think_aloud(true, {.root = {}, .ends_early = false});
+    EXPECT_EQ(iterations(), 12);
 }
 
 // ---------------------------------------------------------------------------
@@ -211,6 +238,22 @@ TEST_F(Root, LowerBound) {
     EXPECT_EQ(betas_of_second(25, 10), (Betas{15, -10}));
     EXPECT_EQ(betas_of_second(25, -14), (Betas{15, 14}));
     EXPECT_EQ(betas_of_second(25, -15), (Betas{15, 32000, 15}));
+
+    // Who wants to hear of it is told what the first move is worth at most.
+    static std::vector<int> fallen;
+    fallen.clear();
+    Voice listener = cecp_voice;
+    listener.score_fell = [](int, int at_most) { fallen.push_back(at_most); };
+    set_up(SEVEN_MOVES);
+    score = [](const RootMove& move) { return move.iteration == 1 ? 25 : -15; };
+    begin_root_search();
+    voice = &listener;
+    output_of([] {
+        for (root.iteration_depth = 1; root.iteration_depth <= 2; ++root.iteration_depth) {
+            search_root_moves();
+        }
+    });
+    EXPECT_EQ(fallen, (std::vector<int>{-15}));
 
     // The bound stays within what can be a score.
     set_up(SEVEN_MOVES);
@@ -254,6 +297,78 @@ TEST_F(Root, LinesAndMovesAskedFor) {
     EXPECT_EQ(root.lines[0].score, 30);
     EXPECT_EQ(root.lines[1].score, 20);
     EXPECT_EQ(coordinate_name(move_at(0)) + coordinate_name(move_at(1)), "h2h4e1f1");
+    EXPECT_EQ(
+        std::count_if(searched.begin(), searched.end(), [](auto& move) { return move.first; }), 1)
+        << "the first move of a later line is not the first root move";
+}
+
+// What the clock asks about the best move is not said by a change within a later line.
+TEST_F(Root, OnlyTheFirstLineHasTheBestMove) {
+    const auto search_with_lost = [this](const std::string& lost) {
+        set_up(SEVEN_MOVES);
+        verdict = [lost](const RootMove& move) {
+            return move.move == lost ? Verdict::LOST : Verdict::DRAW;
+        };
+        begin_root_search({.lines = 2, .among = {}});
+        root.iteration_depth = 4;
+        output_of([] { search_root_moves(); });
+    };
+    search_with_lost("e1d1");
+    EXPECT_EQ(root.best_move_changes[4], 0);
+    EXPECT_TRUE(root.best_move_stable);
+    search_with_lost("e1f1");
+    EXPECT_EQ(root.best_move_changes[4], 1);
+    EXPECT_FALSE(root.best_move_stable);
+}
+
+// The lines end in the order of their scores, equal ones as they were found.
+TEST_F(Root, LinesAreSorted) {
+    const auto moves_when_second_is = [this](int second) {
+        set_up(SEVEN_MOVES);
+        score = [second](const RootMove& move) {
+            if (root.line == 1) return move.move == "h2h4" ? second : -50;
+            return move.move == "e1f1" ? 0 : -10;
+        };
+        begin_root_search({.lines = 2, .among = {}});
+        root.iteration_depth = 1;
+        output_of([] { search_root_moves(); });
+        EXPECT_EQ(root.lines[0].score, std::max(second, 0));
+        EXPECT_EQ(root.lines[1].score, std::min(second, 0));
+        return coordinate_name(move_at(0)) + coordinate_name(move_at(1));
+    };
+    EXPECT_EQ(moves_when_second_is(30), "h2h4e1f1");
+    EXPECT_EQ(moves_when_second_is(0), "e1f1h2h4");
+    EXPECT_EQ(moves_when_second_is(-5), "e1f1h2h4");
+}
+
+// An en-passant capture stands in the list once for every own pawn, and is one line.
+TEST_F(Root, LinesAreDifferentMoves) {
+    set_up("4k3/8/8/3pP3/8/8/PPP5/4K3 w - d6");
+    begin_root_search({.lines = 2, .among = {}});
+    int captures = 0;
+    for (int i = 0; i < list_start(1); ++i) {
+        if (move_at(i).score != PICKED && coordinate_name(move_at(i)) == "e5d6") ++captures;
+    }
+    EXPECT_EQ(captures, 1);
+}
+
+// More lines than moves; moves chosen without a search are among those asked for.
+TEST_F(Root, LinesAndChoicesAreMovesAskedFor) {
+    set_up(SEVEN_MOVES);
+    begin_root_search({.lines = 5, .among = {{E1, F2, 0}, {E1, E2, 0}, {H2, H3, 0}}});
+    EXPECT_EQ(root_lines(), 3);
+    EXPECT_FALSE(choose_root_move(0, D2)) << "not asked for";
+    EXPECT_EQ(root.best_score(), NO_SCORE);
+    EXPECT_TRUE(choose_root_move(0, H3));
+    EXPECT_EQ(coordinate_name(move_at(0)), "h2h3");
+    EXPECT_EQ(root.best_score(), 0);
+
+    set_up("4k3/8/8/8/8/8/8/N3KN2 w - -");
+    for (const char* knight : {"f1d2", "e1d2"}) {
+        begin_root_search();
+        EXPECT_TRUE(choose_root_move(knight[0] == 'f' ? F1 : E1, D2));
+        EXPECT_EQ(coordinate_name(move_at(0)), knight);
+    }
 }
 
 // From the ninth iteration on a score like that of a mate is enough.
@@ -272,8 +387,9 @@ TEST_F(Root, MateInHand) {
         root.iteration_depth = depth;
         root.lines[0].score = last_score;
         Iteration end{};
-        output_of([&end] { end = search_root_moves(); });
+        const std::string output = output_of([&end] { end = search_root_moves(); });
         EXPECT_EQ(end, ends ? Iteration::MATE_FOUND : Iteration::COMPLETE);
+        EXPECT_EQ(output.find("  319.00  ") != output.npos, ends) << "it is told once more";
         EXPECT_EQ(searched.empty(), ends) << last_score << " " << depth;
     }
 }
@@ -343,6 +459,13 @@ TEST_F(Root, ThinkingLines) {
     EXPECT_EQ(think_aloud().substr(0, 9), "1  31998 ");
     EXPECT_EQ(iterations(), 1);
     EXPECT_EQ(searched.size(), 12U) << "no root move after a1a8";
+    set_up("6k1/5ppp/8/8/8/8/5PPP/R5K1 w - -");
+    searched.clear();
+    begin_root_search({.lines = 1, .among = {}, .goes_on_after_mate = true});
+    root.iteration_depth = 1;
+    output_of([] { EXPECT_EQ(search_root_moves(), Iteration::COMPLETE); });
+    EXPECT_EQ(searched.size(), idx(root.legal_moves));
+    EXPECT_GT(searched.size(), 12U);
 }
 
 TEST_F(Root, AnnouncedMates) {
@@ -397,6 +520,11 @@ TEST_F(Root, OpeningReplies) {
     EXPECT_EQ(reply("f2f3"), "e7e5");
     EXPECT_EQ(reply("e2e4"), "e7e5");
     EXPECT_NE(reply("e2e4 e7e5").find("searched"), std::string::npos);
+    EXPECT_NE(reply("e2e4 a7a6 d2d4").find("searched"), std::string::npos);
+    init_engine();
+    max_depth = 1;
+    think_aloud(true, {.root = {}, .fixed_replies = false});
+    EXPECT_EQ(iterations(), 1) << "no fixed replies in this task";
     init_engine();
     max_depth = 1;
     test_mode = true;
@@ -468,6 +596,8 @@ TEST_F(Root, BeginsAfresh) {
     history[0][E2][E4] = history_max = 77;
     pv_table[0][40].from = E2;
     eval_stack[40] = 77;
+    root.lines[0].score = root.best_move_changes[9] = 77;
+    root.best_move_stable = false;
     search_aborted = stop_requested = time_extended = true;
     statistics.lmr = nodes = 1000;
     max_depth = 1;
@@ -476,6 +606,9 @@ TEST_F(Root, BeginsAfresh) {
         EXPECT_EQ(history[0][E2][E4] + history_max, 0);
         EXPECT_EQ(pv_table[0][40].from + eval_stack[40], 0);
         EXPECT_FALSE(search_aborted || stop_requested || time_extended);
+        EXPECT_EQ(root.best_score(), NO_SCORE);
+        EXPECT_EQ(root.best_move_changes[9], 0);
+        EXPECT_TRUE(root.best_move_stable);
         EXPECT_EQ(statistics.lmr, 0U);
         EXPECT_EQ(nodes, 1U) << "the first root move";
     };
