@@ -30,15 +30,15 @@ class Gone(EngineError):
 class Engine:
     """A process that is sent lines and sends lines.
 
-    `talk` holds the last lines said on both sides. With `watch_parent` a wait ends with an
-    EngineError once the process that started this one has ended: then nobody needs the answer.
-    Other options go to Popen.
+    `talk` holds the last lines said on both sides. With `parent`, the number of the process
+    that started this one, a wait ends with an EngineError once that has ended: then nobody needs
+    the answer. Other options go to Popen.
     """
 
-    def __init__(self, command, watch_parent=False, **options):
+    def __init__(self, command, parent=None, **options):
         self.process = subprocess.Popen([command], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         bufsize=0, **options)
-        self.parent = os.getppid() if watch_parent else None
+        self.parent = parent
         self.buffer = b""
         self.talk = deque(maxlen=60)
 
@@ -58,11 +58,11 @@ class Engine:
         """Await more output; False at its end. Raises Late when none comes until `deadline`, a
         time of the monotonic clock or None."""
         while True:
+            if self.parent not in (None, os.getppid()):
+                raise EngineError("the run was stopped")
             wait = STEP if deadline is None else min(deadline - time.monotonic(), STEP)
             if select.select([self.process.stdout], [], [], max(wait, 0))[0]:
                 break
-            if self.parent not in (None, os.getppid()):
-                raise EngineError("the run was stopped")
             if deadline is not None and time.monotonic() >= deadline:
                 raise Late(f"nothing more arrived; the last was {self.buffer[-400:]!r}")
         data = os.read(self.process.stdout.fileno(), 65536)
