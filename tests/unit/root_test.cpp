@@ -118,6 +118,14 @@ TEST_F(Root, IterationsEndByDepth) {
     max_depth = 6;
     think_aloud(true, {.root = {}, .ends_early = false});
     EXPECT_EQ(iterations(), 6);
+
+    // A score that the task calls good enough ends thinking: a draw is worth 0.
+    for (const int good_enough : {0, 1}) {
+        set_up(SEVEN_MOVES);
+        max_depth = 5;
+        think_aloud(true, {.root = {}, .good_enough = good_enough});
+        EXPECT_EQ(iterations(), good_enough == 0 ? 1 : 5);
+    }
 }
 
 // A new iteration begins before 60 percent of the budget are gone.
