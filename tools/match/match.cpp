@@ -190,7 +190,7 @@ void read_option(int letter, Arguments& arguments) {
         case DRAW: settings.draw = adjudication_of(optarg, "--draw", 3); break;
         case MAXPLIES: settings.longest_plies = count_of(optarg, "--maxplies", 1, MAX_PLIES); break;
         case MEMORY: settings.memory_mb = count_of(optarg, "--memory", 1, 1 << 20); break;
-        case OPTION: arguments.options.push_back(optarg); break;
+        case OPTION: arguments.options.emplace_back(optarg); break;
         case RESTART: settings.restart = true; break;
         case PAIRS: arguments.pairs = optarg; break;
         default: tool::reject_command_line(USAGE);

@@ -48,10 +48,11 @@ void read_info(const std::string& line, Thought& thought) {
     Thought read;
     for (std::string word; words >> word && word != "pv" && word != "string";) {
         int number = 0;
-        if (word == "depth") words >> read.depth;
-        else if (word == "multipv" && words >> number && number != 1) return;
-        else if (word == "lowerbound" || word == "upperbound") return;
-        else if (word == "score") {
+        if (word == "lowerbound" || word == "upperbound") return;
+        if (word == "multipv" && words >> number && number != 1) return;
+        if (word == "depth") {
+            words >> read.depth;
+        } else if (word == "score") {
             words >> word >> number;
             if (word == "cp") read.score = std::clamp(number, -MATE_SCORE, MATE_SCORE);
             else if (word == "mate") {
