@@ -30,15 +30,15 @@ class Gone(EngineError):
 class Engine:
     """A process that is sent lines and sends lines.
 
-    `talk` holds the last lines said on both sides. With `parent`, the number of the process
-    that started this one, a wait ends with an EngineError once that has ended: then nobody needs
-    the answer. Other options go to Popen.
+    `talk` holds the last lines said on both sides. With `wanted`, a function, a wait ends with
+    an EngineError once that returns false: then nobody needs the answer any more. Other options go
+    to Popen.
     """
 
-    def __init__(self, command, parent=None, **options):
+    def __init__(self, command, wanted=lambda: True, **options):
         self.process = subprocess.Popen([command], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                         bufsize=0, **options)
-        self.parent = parent
+        self.wanted = wanted
         self.buffer = b""
         self.talk = deque(maxlen=60)
 
@@ -58,7 +58,7 @@ class Engine:
         """Await more output; False at its end. Raises Late when none comes until `deadline`, a
         time of the monotonic clock or None."""
         while True:
-            if self.parent not in (None, os.getppid()):
+            if not self.wanted():
                 raise EngineError("the run was stopped")
             wait = STEP if deadline is None else min(deadline - time.monotonic(), STEP)
             if select.select([self.process.stdout], [], [], max(wait, 0))[0]:
