@@ -10,14 +10,15 @@ from conftest import PATIENCE, START, UCI_ENGINE, Interface
 MIDDLEGAME = "r1bqk2r/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQK2R w KQkq - 0 6"
 MATE_IN_TWO = "kbK5/pp6/1P6/8/8/8/8/R7 w - - 0 1"
 CHECKMATE = "7k/6Q1/6K1/8/8/8/8/8 b - - 0 1"
-ROOK_ENDING = "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"  # 14 moves; the pawn on b5 is pinned
+ROOK_ENDING = "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"
 ONE_MOVE = "k7/8/8/8/8/8/1r6/K7 w - - 0 1"
 STALEMATE = "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1"
 
 MOVE = r"[a-h][1-8][a-h][1-8][qrbn]?"
 INFO = re.compile(r"info depth (?P<depth>\d+) seldepth (?P<seldepth>\d+) multipv (?P<multipv>\d+) "
                   r"score (?P<kind>cp|mate) (?P<score>-?\d+)(?P<bound> (?:upper|lower)bound)? "
-                  r"nodes (?P<nodes>\d+) nps (?P<nps>\d+) hashfull (?P<hashfull>\d+) time (?P<time>\d+) "
+                  r"nodes (?P<nodes>\d+) nps (?P<nps>\d+) hashfull (?P<hashfull>\d+) "
+                  r"time (?P<time>\d+) "
                   rf"pv(?P<pv>(?: {MOVE})*)")
 CURRENT = re.compile(rf"info depth (?P<depth>\d+) currmove {MOVE} currmovenumber (?P<number>\d+)")
 BEST = re.compile(rf"bestmove (?P<move>{MOVE}|0000)(?: ponder (?P<ponder>{MOVE}))?")
@@ -87,6 +88,8 @@ def test_every_go_has_one_bestmove_with_a_legal_line(uci, assert_legal):
     assert strings == [] and uci.sync() == []
     assert int(infos[0]["depth"]) == 1 and int(infos[-1]["depth"]) == 9
     assert infos[-1]["pv"].split()[:2] == [best["move"], best["ponder"]]
+    told = [(info["depth"], info["pv"].split()[0], info["bound"]) for info in infos]
+    assert len(told) == len(set(told)), "a line for each better move, and no more"
     for info in infos:
         assert int(info["seldepth"]) >= int(info["depth"]) and int(info["hashfull"]) <= 1000
         assert int(info["nps"]) == int(info["nodes"]) * 1000 // max(int(info["time"]), 1)
@@ -319,14 +322,18 @@ def test_current_moves_come_after_the_first_second(thinking):
 
 
 def test_current_moves_are_numbered_by_iteration(uci):
-    uci.send(f"position fen {ROOK_ENDING}", "go infinite")
+    began = time.monotonic()
+    uci.send("position fen 4k3/1ppp4/8/7B/4r3/R7/PPP5/4K3 w - - 0 1", "go infinite")
     numbers = {}
     while len(numbers) < 4:
         if current := CURRENT.fullmatch(uci.line()):
+            assert time.monotonic() - began > 0.99
             numbers.setdefault(int(current["depth"]), []).append(int(current["number"]))
     uci.go("stop")
+    infos, _, _ = uci.go("setoption name MultiPV value 64", "go depth 2")
+    moves = max(int(info["multipv"]) for info in infos)
     for depth in sorted(numbers)[1:-1]:
-        assert numbers[depth] == list(range(1, 15))
+        assert numbers[depth] == list(range(1, moves + 1))
 
 
 def test_pondering(uci):
@@ -500,7 +507,8 @@ def test_illegal_moves_end_the_game_before_them(uci):
     assert len(strings) == 1 and strings[0].startswith("info string not a position")
     # A pinned knight; and no more than the head of a long word is quoted.
     for move, told in (("e2c3", "e2c3"), ("x" * 90, "x" * 40)):
-        strings = uci.go(f"position fen 4k3/4r3/8/8/8/8/4N3/4K3 w - - moves {move}", "go depth 1")[1]
+        game = f"position fen 4k3/4r3/8/8/8/8/4N3/4K3 w - - moves {move}"
+        strings = uci.go(game, "go depth 1")[1]
         assert strings == [f"info string illegal move '{told}': the game ends before it"]
 
 
