@@ -16,7 +16,7 @@ namespace {
 
 constexpr int OFF_BOARD_DISTANCE = 16;
 
-// True if the first man in one of the directions is one of the two sliders.
+// True if the first piece in one of the directions is one of the two sliders.
 template <int... Steps> bool slider_hits(int sq, int slider, int queen) {
     const auto hits = [=](int piece) { return piece == slider || piece == queen; };
     return (hits(first_piece<Steps>(sq)) || ...);
@@ -57,7 +57,7 @@ constexpr auto line_step = [] {
 
 constexpr bool is_line(int step) { return step != 0 && step != KNIGHT_LEAP; }
 
-// True if the first man from the square on along the line is a slider of colour By that moves
+// True if the first piece from the square on along the line is a slider of colour By that moves
 // along it.
 template <int By> bool hit_along(int sq, int step) {
     do sq += step;

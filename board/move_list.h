@@ -113,7 +113,7 @@ void add_quiet_move(int from, int to);
 void add_capture(int from, int to);
 
 /// Append a capture with an exchange-aware score: captures that win or keep material by
-/// value, or hit an undefended man, go before the second killer, others behind the third.
+/// value, or hit an undefended piece, go before the second killer, others behind the third.
 void add_scored_capture(int from, int to);
 
 /// Append queen, rook, bishop and knight promotion, in this order, of a pawn that reaches

@@ -137,7 +137,7 @@ int see(int from, int to) {
     Attackers attackers;
     collect_attackers(attackers, to);
 
-    // One gain a capture: each man near the target once, and up to six behind it on each
+    // One gain a capture: each piece near the target once, and up to six behind it on each
     // of the eight rays.
     std::array<int, 96> gain;
     gain[0] = order_value_on(to);

@@ -4,7 +4,7 @@
 /// The terminal is touched only while it is this program's: after Ctrl-Z and `bg` it belongs to
 /// the shell, whose mode must neither be changed nor taken for the program's own. A shell edits
 /// its lines by itself; so a terminal that has stopped to edit lines since the program saw it
-/// first bears another program's mode, and gets back the one that it had.
+/// first is in another program's mode, and gets back the one that it had.
 #ifndef TARSIMO_CONTROL_TERMINAL_H
 #define TARSIMO_CONTROL_TERMINAL_H
 

@@ -65,10 +65,10 @@ template <int Us> constexpr SquareSet step_forward(SquareSet set) {
 /// Squares a knight's move away.
 SquareSet knight_attacks(int index);
 
-/// Squares along the diagonals up to and with the first man met.
+/// Squares along the diagonals up to and with the first piece met.
 SquareSet bishop_attacks(int index, SquareSet occupied);
 
-/// Squares along file and rank up to and with the first man met.
+/// Squares along file and rank up to and with the first piece met.
 SquareSet rook_attacks(int index, SquareSet occupied);
 
 }  // namespace tarsimo
