@@ -142,6 +142,23 @@ TEST_F(Table, ReplacesByGenerationAndDepth) {
     EXPECT_EQ(tt_generation + slot.score, 0);
 }
 
+// Small pages that a search has used become a large one with all that they hold.
+TEST_F(Table, PrefaultingKeepsWhatIsStored) {
+    free_hash_tables();
+    allocate_hash_tables();
+    std::vector<std::uint64_t> slots;
+    for (std::uint64_t slot = 5; slot < tt_size; slot += tt_size / 1000) slots.push_back(slot);
+    for (const std::uint64_t slot : slots) {
+        hash_key = slot;
+        tt_store(BOUND_EXACT, 6, static_cast<int>(slot % 1000), D2, D4);
+    }
+    while (prefault_hash_tables()) {}
+    for (const std::uint64_t slot : slots) {
+        EXPECT_EQ(tt_table[slot].key, slot);
+        EXPECT_EQ(tt_table[slot].score, static_cast<int>(slot % 1000));
+    }
+}
+
 }  // namespace
 
 }  // namespace tarsimo::test
