@@ -33,6 +33,7 @@ constexpr int DEFAULT_OVERHEAD_MS = 30;
 constexpr int MAX_OVERHEAD_MS = 5000;
 constexpr int DEFAULT_MAX_DEPTH = 60;
 constexpr std::size_t MAX_KEPT_LINES = 1000;
+constexpr int MAX_LINES_PER_TEST = 100;  // so that a stream of lines does not hold the clock
 
 // Nodes between two stop tests. Many nodes make none, so that a few intervals may pass without a
 // test; interfaces expect an answer to "stop" within milliseconds, also from a slow machine.
@@ -364,7 +365,7 @@ void execute(std::string line) {
 
 bool uci_stops_search() {
     if (order.nodes && nodes >= static_cast<std::uint64_t>(*order.nodes)) return true;
-    while (line_waiting()) {
+    for (int i = 0; i < MAX_LINES_PER_TEST && line_waiting(); ++i) {
         if (input_ended()) return owes_no_move || !output_has_reader();
         std::string line;
         read_line(line);

@@ -17,8 +17,8 @@ extern const Voice uci_voice;
 /// Serve the interface until its `quit` or the end of input ends the program.
 [[noreturn]] void run_uci();
 
-/// Whether a line from the interface, or a limit of the search in progress, ends it; reads all
-/// lines that have arrived up to one that does.
+/// Whether a line from the interface, or a limit of the search in progress, ends it; reads the
+/// lines that have arrived up to one that does, a bounded number at a time.
 bool uci_stops_search();
 
 /// Milliseconds since the `go` in hand.
