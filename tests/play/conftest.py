@@ -43,27 +43,9 @@ def pytest_configure(config):
     signal.signal(signal.SIGINT, signal.default_int_handler)
 
 
-NO_SEARCH = """
-
-  Razoring           0    Nul_estatic         0
-  Futility           0    LMR                 0   En prueba             0
-  Extensores         0    Ex_jaque            0 
-  Hash_prob          0    Hash_exito          0    0%
-  Nulos_prob         0    Nulos_exito         0    0%
-  Eval_hash          0    Eval_lazy           0   Eval_completa         0
-
-  Crono = 0 seg, Pos/Seg = 0
-"""
-
 THINKING = re.compile(r"(\d+) {1,6}(-?\d+) (\d+) (\d+) {4}"
                       r"((?:[ NBRQK][a-h][1-8][-x][a-h][1-8] ){1,12})")
 MOVE = re.compile(r"move ([a-h][1-8][a-h][1-8][qrbn]?)  ")
-
-
-def default_signals():
-    """For a process that is to be stopped by signals: a shell may have handed them down ignored."""
-    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, signal.SIG_DFL)
 
 
 def wait_until(condition, process=None):
@@ -125,10 +107,10 @@ def diagram(placement, white_to_move=True):
 GREETING = "\n   Tarsimo II version 2023, febrero 2023 " + diagram(START)
 
 
-def console_session(script, timeout=PATIENCE, engine=ENGINE):
+def console_session(script, timeout=PATIENCE):
     """Feed a script through a pipe; what was printed after the greeting, and the exit status."""
     data = script if isinstance(script, bytes) else script.encode("latin-1")
-    done = subprocess.run([engine], input=data, capture_output=True, timeout=timeout, check=False)
+    done = subprocess.run([ENGINE], input=data, capture_output=True, timeout=timeout, check=False)
     output = done.stdout.decode("latin-1")
     assert output.startswith(GREETING), f"greeting: {output[:1200]!r}"
     assert done.stderr == b""
