@@ -23,44 +23,55 @@ UCI_ENGINE = f"{ENGINE}-uci"
 SANITIZED_ENGINE = os.environ.get("TARSIMO_SANITIZED", ENGINE)
 PATIENCE = 20.0
 
+QUIET_POSITION = "r1bqk2r/ppp2ppp/2np1n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQK2R w KQkq -"
+ILLEGAL_POSITION = "tellusererror Illegal position"
+
 PROMPT = "Su jugada: "
 REFUSAL = "Jugada ilegal o Comando no reconocido\n"
 START = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR"
 FRAME = "   +---+---+---+---+---+---+---+---+\n"
 
-SIGNALS = [signal.SIGHUP, signal.SIGTERM, signal.SIGTSTP, signal.SIGTTIN, signal.SIGTTOU]
-
 
 def pytest_configure(config):
     config.addinivalue_line("markers", "alone: measures time, so that no other test may run beside")
+    # Debian's place for xboard and pgn-extract.
+    os.environ["PATH"] = os.environ.get("PATH", os.defpath) + os.pathsep + "/usr/games"
     # What the tests start takes over which signals are ignored. A shell ignores some for a command
     # in the background, and nohup another; the engine is tried as a person starts it.
-    for number in SIGNALS:
+    for number in (signal.SIGHUP, signal.SIGTERM, signal.SIGTSTP, signal.SIGTTIN, signal.SIGTTOU):
         signal.signal(number, signal.SIG_DFL)
     signal.signal(signal.SIGINT, signal.default_int_handler)
 
-
-NO_SEARCH = """
-
-  Razoring           0    Nul_estatic         0
-  Futility           0    LMR                 0   En prueba             0
-  Extensores         0    Ex_jaque            0 
-  Hash_prob          0    Hash_exito          0    0%
-  Nulos_prob         0    Nulos_exito         0    0%
-  Eval_hash          0    Eval_lazy           0   Eval_completa         0
-
-  Crono = 0 seg, Pos/Seg = 0
-"""
 
 THINKING = re.compile(r"(\d+) {1,6}(-?\d+) (\d+) (\d+) {4}"
                       r"((?:[ NBRQK][a-h][1-8][-x][a-h][1-8] ){1,12})")
 MOVE = re.compile(r"move ([a-h][1-8][a-h][1-8][qrbn]?)  ")
 
 
-def default_signals():
-    """For a process that is to be stopped by signals: a shell may have handed them down ignored."""
-    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, signal.SIG_DFL)
+def wait_until(condition, process=None):
+    """Look again and again until a condition holds; the process, if given, has to run till then."""
+    deadline = time.monotonic() + PATIENCE
+    while not condition():
+        assert time.monotonic() < deadline and (process is None or process.poll() is None)
+        time.sleep(0.02)
+
+
+def run(*command, status=0, timeout=PATIENCE, **options):
+    """Run a command that is to end with a status: what it printed, and what it complained of."""
+    options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, **options}
+    if "input" not in options:
+        options.setdefault("stdin", subprocess.DEVNULL)
+    done = subprocess.run([str(word) for word in command], timeout=timeout, check=False,
+                          encoding="latin-1", **options)
+    assert done.returncode == status, (command, done.returncode, done.stdout, done.stderr)
+    return done.stdout or "", done.stderr or ""
+
+
+def write_script(path, text):
+    """A program that is a text."""
+    path.write_text(text, encoding="latin-1")
+    path.chmod(0o755)
+    return path
 
 
 def processes_with(text):
@@ -78,10 +89,7 @@ def processes_with(text):
 
 def assert_no_process_with(text):
     """Wait until the last one has ended."""
-    deadline = time.monotonic() + PATIENCE
-    while processes_with(text) and time.monotonic() < deadline:
-        time.sleep(0.05)
-    assert processes_with(text) == []
+    wait_until(lambda: processes_with(text) == [])
 
 
 def diagram(placement, white_to_move=True):
@@ -99,10 +107,10 @@ def diagram(placement, white_to_move=True):
 GREETING = "\n   Tarsimo II version 2023, febrero 2023 " + diagram(START)
 
 
-def console_session(script, timeout=PATIENCE, engine=ENGINE):
+def console_session(script, timeout=PATIENCE):
     """Feed a script through a pipe; what was printed after the greeting, and the exit status."""
     data = script if isinstance(script, bytes) else script.encode("latin-1")
-    done = subprocess.run([engine], input=data, capture_output=True, timeout=timeout, check=False)
+    done = subprocess.run([ENGINE], input=data, capture_output=True, timeout=timeout, check=False)
     output = done.stdout.decode("latin-1")
     assert output.startswith(GREETING), f"greeting: {output[:1200]!r}"
     assert done.stderr == b""

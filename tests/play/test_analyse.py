@@ -4,23 +4,23 @@ import re
 import shutil
 import signal
 import subprocess
-import time
 import xml.etree.ElementTree
 from pathlib import Path
 
 import pytest
 
-from conftest import (PATIENCE, REPOSITORY, assert_no_process_with, default_signals,
-                      processes_with)
+from conftest import (PATIENCE, REPOSITORY, assert_no_process_with, processes_with, run, wait_until,
+                      write_script)
 from conftest import UCI_ENGINE as ENGINE
 
 ANALYSE = REPOSITORY / "tools" / "analyse"
+BARE_KING = "k7/8/K7/8/8/8/8/6Q1 w - -"
 SUITE = REPOSITORY / "tests" / "data" / "tactics.epd"
 
-POSITIONS = """\
+POSITIONS = f"""\
 # Mate in one, and a move that mates as well.
-k7/8/K7/8/8/8/8/6Q1 w - - bm Qg8# Qa7; id "mate; or mate";
-k7/8/K7/8/8/8/8/6Q1 w - - bm Qb6; id "no mate";
+{BARE_KING} bm Qg8# Qa7; id "mate; or mate";
+{BARE_KING} bm Qb6; id "no mate";
 
 4k3/8/8/3q4/8/8/8/3QK3 w - - 12 40 am Qd2; id "takes";
 4k3/8/8/3q4/8/8/8/3QK3 w - - am Qxd5; bm d1d5; id "takes, and should not"; c0 "kept";
@@ -59,27 +59,23 @@ exit 1
 
 @pytest.fixture
 def analyse(tmp_path):
-    """Run the tool on a text of positions: what it printed and the lines of results."""
+    """Run the tool on a text: what it printed, and the lines of results."""
 
-    def run(text, *options, status=0, **environment):
-        (tmp_path / "in.epd").write_text(text)
-        done = subprocess.run([ANALYSE, "in.epd", "--engine", ENGINE, *options], cwd=tmp_path,
-                              env={**os.environ, "PARALLEL_HOME": str(tmp_path), **environment},
-                              capture_output=True, text=True, timeout=100, check=False)
-        assert done.returncode == status, done.stdout + done.stderr
+    def start(text, *options, status=0, name="in.epd", **environment):
+        (tmp_path / name).write_text(text, encoding="latin-1")
+        said = run(ANALYSE, name, "--engine", ENGINE, *options, status=status, cwd=tmp_path,
+                   timeout=100, env={**os.environ, "PARALLEL_HOME": str(tmp_path), **environment})
         results = tmp_path / "in.epd.results"
-        lines = results.read_text().splitlines() if results.exists() else []
-        return done.stdout + done.stderr, lines
+        text = results.read_text(encoding="latin-1") if results.exists() else ""
+        return "".join(said), text.split("\n")[:-1]
 
-    return run
+    return start
 
 
 def stand_in(folder, script):
     """A script in the engine's place, with the other programs beside it."""
-    (folder / "engine").write_text(script)
-    (folder / "engine").chmod(0o755)
     (folder / "tarsimo-san").symlink_to(Path(ENGINE).resolve().with_name("tarsimo-san"))
-    return str(folder / "engine")
+    return str(write_script(folder / "engine", script))
 
 
 def operations(line):
@@ -108,61 +104,19 @@ def test_results_and_scores(analyse, tmp_path):
                      r"  takes, and should not: Qxd5 \(bm d1d5 am Qxd5\)$", output, re.M)
     assert re.search(r"^\[#{24}\] 7 of 7, ", output, re.M)
 
-    # Again: nothing is left to do, or the one of two equal lines that is missing. With a position
-    # more, only that one.
+    # Again: nothing is left to do, or the one of two equal lines that is missing: the last one had
+    # only half been written. With a position more, only that one.
     assert analyse(POSITIONS, "--depth", "7")[1] == lines
     twins = sorted(lines[1:], key=lambda line: line.startswith("8/P6k"))
-    (tmp_path / "in.epd.results").write_text("\n".join([lines[0], *twins[:-1]]) + "\n")
+    kept = [lines[0], *twins[:-1]]
+    (tmp_path / "in.epd.results").write_text("\n".join([*kept, twins[-1][:50]]))
     lines = analyse(POSITIONS, "--depth", "7")[1]
-    assert len(lines) == 8 and lines[:-1] == [lines[0], *twins[:-1]]
+    assert len(lines) == 8 and lines[:-1] == kept
     more = analyse(POSITIONS + "8/8/8/8/8/4k3/4p3/4K3 b - -\n", "--depth", "7")[1]
     assert more[:-1] == lines and more[-1].startswith("8/8/8/8/8/4k3/4p3/4K3 b - - bm K")
+
+    # Other limits are another run, and what is no file of results is left alone.
     assert "comes from another run" in analyse(POSITIONS, "--depth", "6", status=2)[0]
-
-
-# A name and blanks of other alphabets in two encodings, and every byte but newline and quote.
-NAMES = [b"R\xe9ti", "R\u00e9ti".encode(), "\u2028 \u0085 \u00a0".encode(), b"\x85\xa0\x1c\x0c",
-         bytes(set(range(256)) - set(b'\n"'))]
-
-
-def test_bytes_of_names_pass_unchanged(analyse, tmp_path):
-    lines = [b'k7/8/K7/8/8/8/8/6Q1 w - - bm Qb6; id "' + name + b'";' for name in NAMES]
-    lines[0] += b" c0 R\xe9;"
-    (tmp_path / "in.epd").write_bytes(b"\r\n".join(lines) + b"\r\n")
-    for _ in range(2):  # and again, from the results
-        done = subprocess.run([ANALYSE, "in.epd", "--engine", ENGINE, "--depth", "2"], cwd=tmp_path,
-                              env={**os.environ, "LC_ALL": "C"}, capture_output=True, timeout=100,
-                              check=False)
-        assert done.returncode == 0, done
-        results = (tmp_path / "in.epd.results").read_bytes().split(b"\n")[1:-1]
-        assert len(results) == len(lines)
-        for line in lines:
-            assert sum(result.startswith(line) for result in results) == 1, line
-        for name in NAMES:
-            assert b"  " + name + b": Q" in done.stdout
-
-
-@pytest.mark.parametrize("sent, status", [(signal.SIGTERM, 143), (signal.SIGHUP, 129),
-                                          (signal.SIGKILL, -9)])
-def test_a_signal_ends_all_searches(tmp_path, sent, status):
-    (tmp_path / "in.epd").write_text(POSITIONS)
-    engine = stand_in(tmp_path, "")
-    shutil.copy(ENGINE, engine)
-    running = subprocess.Popen([ANALYSE, "in.epd", "--time", "1000", "--engine", engine, "-j", "2"],
-                               cwd=tmp_path, stderr=subprocess.PIPE, text=True,
-                               preexec_fn=default_signals)
-    deadline = time.monotonic() + PATIENCE
-    while len(processes_with(engine)) < 5:  # the run, parallel, two workers, an engine
-        assert time.monotonic() < deadline and running.poll() is None
-        time.sleep(0.05)
-    running.send_signal(sent)
-    complaint = running.communicate(timeout=PATIENCE)[1]
-    assert running.returncode == status and "Traceback" not in complaint
-    assert sent == signal.SIGKILL or "the same command goes on" in complaint
-    assert_no_process_with(str(tmp_path))
-
-
-def test_a_damaged_file_of_results_is_left_alone(analyse, tmp_path):
     for text, complaint in (("# analyse --depth 2\nnonsense\n", "is damaged"),
                             ("diary\n", "not a file of results")):
         (tmp_path / "in.epd.results").write_text(text)
@@ -170,59 +124,75 @@ def test_a_damaged_file_of_results_is_left_alone(analyse, tmp_path):
         assert (tmp_path / "in.epd.results").read_text() == text
 
 
-def test_a_stopped_run_goes_on(analyse, tmp_path):
-    """Stopped by Ctrl-C, and with a last line that was only half written."""
-    long_position = "r1bqkb1r/pppp1ppp/2n2n2/4p3/4P3/2N2N2/PPPP1PPP/R1BQKB1R w KQkq -\n"
-    quick = POSITIONS.replace("bm Qb6; ", "")
-    (tmp_path / "in.epd").write_text(quick + long_position)
-    results = tmp_path / "in.epd.results"
-    options = ["--time", "2", "--engine", ENGINE, "-j", "1"]
-    running = subprocess.Popen([ANALYSE, "in.epd", *options], cwd=tmp_path,
-                               stderr=subprocess.PIPE, text=True, start_new_session=True,
-                               preexec_fn=default_signals)
-    deadline = time.monotonic() + PATIENCE
-    while not results.exists() or results.read_text().count("\n") < 3:
-        assert time.monotonic() < deadline and running.poll() is None
-        time.sleep(0.05)
-    os.killpg(running.pid, signal.SIGINT)
-    assert "the same command goes on" in running.communicate(timeout=PATIENCE)[1]
-    assert running.returncode == 130
+# A name and blanks of other alphabets in two encodings, and every byte but newline and quote.
+NAMES = ["R\xe9ti", "R\xc3\xa9ti", "\xe2\x80\xa8 \xc2\x85 \xc2\xa0", "\x85\xa0\x1c\x0c",
+         "".join(chr(byte) for byte in range(256) if chr(byte) not in '\r\n"')]
 
-    before = results.read_text()
-    results.write_text(before + "k7/8/K7/8/8/8/8/6Q1 w - - bm Qb7#; ac")
-    _, lines = analyse(quick, "--time", "2", "-j", "2")
-    assert len(lines) == 8 and "\n".join(lines).startswith(before)
+
+def test_bytes_of_names_pass_unchanged(analyse):
+    positions = [f'{BARE_KING} bm Qb6; id "{name}";' for name in NAMES]
+    positions[0] += " c0 R\xe9;"
+    for _ in range(2):  # and again, from the results
+        output, (_, *lines) = analyse("\n".join(positions) + "\n", "--depth", "2", LC_ALL="C")
+        assert len(lines) == len(positions)
+        for position, name in zip(positions, NAMES):
+            assert sum(line.startswith(position) for line in lines) == 1
+            assert f"  {name}: Q" in output
+
+
+@pytest.mark.parametrize("sent, status", [(signal.SIGINT, 130), (signal.SIGTERM, 143),
+                                          (signal.SIGHUP, 129), (signal.SIGKILL, -9)])
+def test_a_signal_ends_all_searches(tmp_path, sent, status):
+    (tmp_path / "in.epd").write_text(POSITIONS)
+    engine = stand_in(tmp_path, "")
+    shutil.copy(ENGINE, engine)
+    running = subprocess.Popen([ANALYSE, "in.epd", "--time", "1000", "--engine", engine, "-j", "2"],
+                               cwd=tmp_path, stderr=subprocess.PIPE, text=True,
+                               start_new_session=True)
+    # The run, parallel, two workers, an engine.
+    wait_until(lambda: len(processes_with(engine)) >= 5, running)
+    if sent == signal.SIGINT:
+        os.killpg(running.pid, sent)  # as Ctrl-C does
+    else:
+        running.send_signal(sent)
+    complaint = running.communicate(timeout=PATIENCE)[1]
+    assert running.returncode == status and "Traceback" not in complaint
+    assert sent == signal.SIGKILL or "the same command goes on" in complaint
+    assert_no_process_with(str(tmp_path))
 
 
 def test_several_lines_and_a_number_of_nodes(analyse):
-    fen = "8/P6k/8/8/8/8/8/K7 w - -"
     options = ("--nodes", "3000", "--multipv", "2")
-    _, lines = analyse(fen + "\n", *options)
+    _, lines = analyse("8/P6k/8/8/8/8/8/K7 w - -\n", *options)
     assert lines[0] == "# analyse --nodes 3000 --multipv 2"
     found = operations(lines[1])
     assert found["bm"] == found["pv"].split()[0] and found["pv2"].split()[0] != found["bm"]
     assert int(found["ce"]) >= int(found["ce2"]) and "pv3" not in found
     assert 0 < int(found["acn"]) < 10000
-    # What was found is no part of the position, and other limits are another run.
-    assert analyse(fen + "\n", *options)[1] == lines
-    assert "comes from another run" in analyse(fen + "\n", "--nodes", "3000", status=2)[0]
+    # What was found is no part of the position.
+    assert analyse("8/P6k/8/8/8/8/8/K7 w - -\n", *options)[1] == lines
 
 
 def test_bounds_are_no_scores_and_mates_count_in_plies(analyse, tmp_path):
-    (tmp_path / "talk").write_text(
-        "info depth 5 seldepth 8 multipv 1 score cp 30 nodes 10 nps 9 time 1 pv e1d1 e5e4\n"
-        "info depth 6 score cp 400 lowerbound nodes 90 pv e1f1\n"
-        "info depth 5 multipv 2 score mate -3 nodes 25 pv e1f1\n"
-        "info string depth 9 score cp 99 pv e1f2\n"
-        "bestmove e1d1 ponder e5e4\n")
-    engine = stand_in(tmp_path, "#!/bin/sh\nwhile read -r word rest; do case $word in\n"
-                      "uci) echo uciok;; isready) echo readyok;; quit) exit;;\n"
-                      "go) cat talk;; esac; done\n")
+    engine = stand_in(tmp_path, """#!/bin/sh
+while read -r word rest; do
+    case $word in
+        uci) echo uciok;;
+        isready) echo readyok;;
+        quit) exit;;
+        go) echo "info depth 5 seldepth 8 multipv 1 score cp 30 nodes 10 time 1 pv e1d1 e5e4"
+            echo "info depth 6 score cp 400 lowerbound nodes 90 pv e1f1"
+            echo "info depth 5 multipv 2 score mate -3 nodes 25 pv e1f1"
+            echo "info string depth 9 score cp 99 pv e1f2"
+            echo "bestmove e1d1 ponder e5e4";;
+    esac
+done
+""")
     _, lines = analyse("8/8/8/4k3/8/8/4P3/4K3 w - -\n", "--depth", "5", "--engine", engine)
     found = operations(lines[1])
-    assert (found["bm"], found["ce"], found["pv"]) == ("Kd1", "30", "Kd1 Ke4")
-    assert (found["ce2"], found["pv2"]) == ("-32761", "Kf1")
-    assert (found["acd"], found["acn"]) == ("5", "25")
+    assert {name: found[name] for name in ("bm", "ce", "pv", "ce2", "pv2", "acd", "acn")} == {
+        "bm": "Kd1", "ce": "30", "pv": "Kd1 Ke4", "ce2": "-32761", "pv2": "Kf1", "acd": "5",
+        "acn": "25"}
 
 
 # --- games --------------------------------------------------------------------
@@ -254,41 +224,30 @@ GAMES = """\
 """
 
 
-@pytest.fixture
-def analyse_games(tmp_path):
-    def run(*options, status=0, text=GAMES):
-        (tmp_path / "in.pgn").write_text(text, encoding="utf-8")
-        done = subprocess.run([ANALYSE, "in.pgn", "--engine", ENGINE, "--depth", "4", "-j", "2",
-                               *options], cwd=tmp_path, capture_output=True, text=True,
-                              timeout=200, check=False)
-        assert done.returncode == status, done.stdout + done.stderr
-        return done.stdout + done.stderr
-
-    return run
+def analyse_games(analyse, *options, text=GAMES, status=0):
+    text = text.encode().decode("latin-1")
+    return analyse(text, "--depth", "4", "-j", "2", *options, status=status, name="in.pgn")[0]
 
 
-def test_games_come_back_with_scores_marks_and_plots(analyse_games, tmp_path):
-    output = analyse_games()
+def test_games_come_back_with_scores_marks_and_plots(analyse, tmp_path):
+    output = analyse_games(analyse)
     assert "Failed to make move 2. Ke3" in output
     assert f"[{24 * '#'}] 13 of 13" in output
     written = (tmp_path / "in-analysed.pgn").read_text(encoding="utf-8")
     assert '[Event "Caf\u00e9 \\"x\\" <&>"]' in written and "note" not in written
-    first, second = written.split('[White "X"]')
-    moves = " ".join(first.split("\n\n")[1].split())
+    first, second = (" ".join(game.split("\n\n")[1].split())
+                     for game in written.split('[White "X"]'))
     level = r"\{[+-]\d\.\d\d\}"
-    assert re.match(rf"1\. e4 {level} 1\.\.\. e5 {level} 2\. Bc4 ", moves), moves
+    assert re.match(rf"1\. e4 {level} 1\.\.\. e5 {level} 2\. Bc4 ", first), first
     # Whatever the engine prefers, it stops the mate; the move played costs all that counts.
-    assert re.search(rf"3\.\.\. Nf6\?\? \{{\+M1\}} \(3\.\.\. (?!Nf6)\S+ {level} 4\. ", moves), moves
-    assert moves.endswith("4. Qxf7# {mate} 1-0")
-    moves = " ".join(second.split("\n\n")[1].split())
-    assert re.match(r"60\.\.\. Kg8 \{\+M\d\} 61\. Qf4", moves), moves
-    assert re.search(r"62\. Qf7\?\? \{\+0\.00\} \(62\. Q\S+# \{\+M1\}\) 1/2-1/2$", moves), moves
+    assert re.search(rf"3\.\.\. Nf6\?\? \{{\+M1\}} \(3\.\.\. (?!Nf6)\S+ {level} 4\. ", first), first
+    assert first.endswith("4. Qxf7# {mate} 1-0")
+    assert re.match(r"60\.\.\. Kg8 \{\+M\d\} 61\. Qf4", second), second
+    assert re.search(r"62\. Qf7\?\? \{\+0\.00\} \(62\. Q\S+# \{\+M1\}\) 1/2-1/2$", second), second
 
     # Another reader takes it, with all variations.
-    check = subprocess.run(["pgn-extract", "-r", "in-analysed.pgn"], cwd=tmp_path, text=True,
-                           env={"PATH": os.environ["PATH"] + ":/usr/games"}, capture_output=True,
-                           check=False)
-    assert "2 games matched out of 2." in check.stderr, check.stderr
+    _, said = run("pgn-extract", "-r", "in-analysed.pgn", cwd=tmp_path)
+    assert "2 games matched out of 2." in said
 
     picture = xml.etree.ElementTree.parse(tmp_path / "in-analysed-1.svg")
     texts = [node.text for node in picture.iter("{http://www.w3.org/2000/svg}text")]
@@ -297,26 +256,29 @@ def test_games_come_back_with_scores_marks_and_plots(analyse_games, tmp_path):
     assert (tmp_path / "in-analysed-2.svg").exists()
 
     # Again with another threshold, from what has been found: nothing is searched.
-    before = (tmp_path / "in-analysed.pgn.results").read_text()
-    assert "of 13" not in analyse_games("--threshold", "5000")
-    assert (tmp_path / "in-analysed.pgn.results").read_text() == before
+    results = tmp_path / "in-analysed.pgn.results"
+    before = results.read_text()
+    assert "of 13" not in analyse_games(analyse, "--threshold", "5000")
+    assert results.read_text() == before
     again = (tmp_path / "in-analysed.pgn").read_text(encoding="utf-8")
     assert "{+M1}" in again and "Nf6??" not in again and "(3..." not in again
 
     # A run that was stopped goes on, past a line that was only half written.
     lines = before.splitlines()
-    (tmp_path / "in-analysed.pgn.results").write_text("\n".join(lines[:10] + [lines[10][:50]]))
-    assert f"[{16 * '#'}{8 * '.'}] 9 of 13" in analyse_games()
+    results.write_text("\n".join(lines[:10] + [lines[10][:50]]))
+    assert f"[{16 * '#'}{8 * '.'}] 9 of 13" in analyse_games(analyse)
     assert (tmp_path / "in-analysed.pgn").read_text(encoding="utf-8") == written
 
 
-def test_games_that_cannot_be_analysed(analyse_games, tmp_path):
-    assert "holds no game" in analyse_games(text="nothing\n", status=2)
+def test_games_that_cannot_be_analysed(analyse, tmp_path):
+    assert "holds no game" in analyse_games(analyse, text="nothing\n", status=2)
     (tmp_path / "in-analysed.pgn").write_text("diary")
-    assert "not from an earlier run" in analyse_games(status=2)
+    assert "not from an earlier run" in analyse_games(analyse, status=2)
     assert (tmp_path / "in-analysed.pgn").read_text() == "diary"
-    assert "the games themselves" in analyse_games("-o", "in.pgn", status=2)
+    assert "the games themselves" in analyse_games(analyse, "-o", "in.pgn", status=2)
 
+
+# --- limits, complaints, machines ---------------------------------------------
 
 @pytest.mark.alone
 def test_time_is_used_up(analyse):
@@ -329,13 +291,10 @@ def test_time_is_used_up(analyse):
 
 @pytest.mark.parametrize("line, complaint", [
     ("not a position", "neither FEN nor EPD"),
-    ("8/8/8/8/8/8/8 w - -", "neither FEN nor EPD"),
     ("8/8/8/8/8/8/8/8 w - -", "not one king of each colour"),
-    ("k7/8/K7/8/8/8/8/7Q w - -", "not to move is in check"),
     ("8/8/8/8/8/k7/p7/K7 w - -", "has no move"),
-    ("k7/8/K7/8/8/8/8/6Q1 w - - bm Qh9;", "bm Qh9 is not a legal move"),
-    ("k7/8/K7/8/8/8/8/6Q1 w - - bm Qg8 am;; id", "not an operation"),
-    ('k7/8/K7/8/8/8/8/6Q1 w - - id "open;', "not an operation"),
+    (f"{BARE_KING} bm Qh9;", "bm Qh9 is not a legal move"),
+    (f'{BARE_KING} id "open;', "not an operation"),
 ])
 def test_bad_lines_are_named_before_anything_is_searched(analyse, line, complaint):
     output, lines = analyse(POSITIONS + line + "\n", "--depth", "2", status=2)
@@ -343,13 +302,11 @@ def test_bad_lines_are_named_before_anything_is_searched(analyse, line, complain
     assert lines == [] and re.search(rf"^in\.epd:{number}: .*{complaint}", output, re.M), output
 
 
-@pytest.mark.parametrize("options", ["", "--depth 0", "--depth 61", "--time -1", "--time x",
-                                     "--depth 3 --time 1", "--nodes 0", "--depth 3 --multipv 65",
-                                     "--depth 3 --threshold 0", "--depth 3 -j 0",
-                                     "--depth 3 --engine ./none"])
-def test_bad_options(analyse, options):
-    output, lines = analyse(POSITIONS, *options.split(), status=2)
-    assert lines == [] and "analyse: " in output
+def test_bad_options(analyse):
+    for options in ("", "--depth 61", "--time -1", "--time x", "--depth 3 --time 1",
+                    "--depth 3 --multipv 65", "--depth 3 -j 0", "--depth 3 --engine ./none"):
+        output, lines = analyse(POSITIONS, *options.split(), status=2)
+        assert lines == [] and "analyse: " in output
 
 
 def test_a_dying_engine_leaves_its_positions_for_later(analyse, tmp_path):
@@ -362,8 +319,7 @@ def test_a_dying_engine_leaves_its_positions_for_later(analyse, tmp_path):
 
 @pytest.mark.parametrize("machines", ["1/elsewhere", "1/elsewhere,1/:"])
 def test_other_machines(analyse, tmp_path, machines):
-    (tmp_path / "ssh").write_text(SSH)
-    (tmp_path / "ssh").chmod(0o755)
+    write_script(tmp_path / "ssh", SSH)
     other = tmp_path / "other"
     other.mkdir()
     _, lines = analyse(POSITIONS, "--depth", "3", "-j", "1", "--sshlogin", machines,

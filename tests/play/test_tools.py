@@ -7,14 +7,12 @@ import re
 import shutil
 import signal
 import subprocess
-import sys
-import time
 from pathlib import Path
 
 import pytest
 
-from conftest import (ENGINE, PATIENCE, REPOSITORY, SANITIZED_ENGINE, UCI_ENGINE,
-                      assert_no_process_with, default_signals)
+from conftest import (ENGINE, PATIENCE, REPOSITORY, SANITIZED_ENGINE, START, UCI_ENGINE,
+                      assert_no_process_with, run, wait_until, write_script)
 
 BUILD = Path(ENGINE).resolve().parent
 SANITIZED = Path(SANITIZED_ENGINE).resolve().parent
@@ -22,7 +20,7 @@ SOAK = REPOSITORY / "tools/soak"
 ANALYSE = REPOSITORY / "tools/analyse"
 SECOND_OPINION = REPOSITORY / "tools/tuning/second-opinion"
 
-START_FEN = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1"
+START_FEN = f"{START} w KQkq - 0 1"
 GAME = f"{START_FEN[:-4]};e2e4/35 e7e5/-20 g1f3/30 b8c6/-25 f1b5/28 a7a6/-30 b5a4/25;0.5\n"
 
 PROGRAMS = sorted(path for path in BUILD.glob("tarsimo-*")
@@ -31,15 +29,6 @@ PROGRAMS = sorted(path for path in BUILD.glob("tarsimo-*")
 SCRIPTS = [path for path in [*(REPOSITORY / "tools").rglob("*"), REPOSITORY / "fuzz/run"]
            if path.is_file() and os.access(path, os.X_OK) and path.suffix == ""
            and path.name not in ("check-path", "install-packages", "source-files", "static-checks")]
-
-
-def run(*command, status, cwd=None, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE):
-    """Output and complaint of a tool that is to end with a status."""
-    done = subprocess.run([str(word) for word in command], cwd=cwd, stdin=stdin, stdout=stdout,
-                          stderr=subprocess.PIPE, timeout=PATIENCE, check=False)
-    output, complaint = ((text or b"").decode("latin-1") for text in (done.stdout, done.stderr))
-    assert done.returncode == status, (command, output, complaint)
-    return output, complaint
 
 
 def assert_is_sentence(complaint):
@@ -62,7 +51,7 @@ def test_the_list_of_tools_is_whole():
 def test_help_and_misuse(tool, tmp_path):
     if tool.name == "tarsimo-micro":
         pytest.skip("its command line is that of the benchmark library")
-    output, complaint = run(tool, "--help", status=0, cwd=tmp_path)
+    output, complaint = run(tool, "--help", cwd=tmp_path)
     assert output.startswith("usage") and complaint == ""
     output, complaint = run(tool, "--no-such-option", "x", "y", "z", status=2, cwd=tmp_path)
     assert output == "" and "usage" in complaint
@@ -71,48 +60,36 @@ def test_help_and_misuse(tool, tmp_path):
 
 # --- positions ----------------------------------------------------------------
 
-BAD_POSITIONS = {
-    "": "the board field is missing",
-    "nonsense": "not eight ranks of eight squares",
-    "8/8/8/8/8/8/8/8 w - -": "not one king of each colour",
-    "4k3/8/8/8/8/8/8/4K3 - - -": "the side to move is neither w nor b",
-    "4k3/8/8/8/8/8/8/4K3 w": "the castling field",
-    "4k3/8/8/8/8/8/8/4K3 w - e4": "the en-passant field",
-    "\x1b[2J" + "9" * 10000: "not eight ranks of eight squares",
-}
-
-
-@pytest.mark.parametrize("fen", BAD_POSITIONS, ids=lambda fen: ascii(fen[:30]))
-def test_no_figures_of_another_position(fen):
+@pytest.mark.parametrize("fen, why", [
+    ("nonsense", "not eight ranks of eight squares"),
+    ("4k3/8/8/8/8/8/8/4K3 w", "the castling field"),
+    ("\x1b[2J" + "9" * 10000, "not eight ranks of eight squares"),
+], ids=lambda text: ascii(text[:30]))
+def test_no_figures_of_another_position(fen, why):
     """What is no position must not be answered with figures of the initial one."""
-    for command in (("tarsimo-perft", fen, 2), ("tarsimo-trace", fen)):
+    for command in ("tarsimo-perft", fen, 2), ("tarsimo-trace", fen):
         output, complaint = run(BUILD / command[0], *command[1:], status=2)
-        assert output == "" and BAD_POSITIONS[fen] in complaint
+        assert output == "" and why in complaint
         assert_is_sentence(complaint)
-    for command in (f"eval {fen}", f"{fen} ; 2 ; -100 ; 100"):
+    for command in f"eval {fen}", f"{fen} ; 2 ; -100 ; 100":
         output, _ = run(BUILD / "tarsimo-tree", command, status=2)
-        assert output.startswith("not understood") and BAD_POSITIONS[fen] in output
+        assert output.startswith("not understood") and why in output
 
 
 def test_blanks_are_no_fields():
     loose = "  4k3/8/8/8/8/8/4P3/4K3  b\t-   -  0 1"
-    output, _ = run(BUILD / "tarsimo-perft", loose, 1, status=0)
-    assert "total 5\n" in output and "e8d7 1" in output
-    output, _ = run(BUILD / "tarsimo-trace", loose, status=0)
-    assert output.startswith("4k3/8/8/8/8/8/4P3/4K3 b - -\n")
+    assert "total 5\n" in run(BUILD / "tarsimo-perft", loose, 1)[0]
+    assert run(BUILD / "tarsimo-trace", loose)[0].startswith("4k3/8/8/8/8/8/4P3/4K3 b - -\n")
 
 
-@pytest.mark.parametrize("suite, status, message", [
-    ("4k3/8/8/8/8/8/8/4K3 w - - ;D1 5\n", 0, "positions 1 mismatches 0"),
-    ("4k3/8/8/8/8/8/8/4K3 w - - ;D1 6\n", 1, "depth 1: 5 instead of 6"),
-    ("4k3/8/8/8/8/8/8/4K3 w - - ;bm Kd2;\n", 2, "line 1: not a depth and its count"),
-    ("# none\n4k3/8/8/8/8/8/8/4K3 w - -\n", 2, "line 2: a position without counts"),
-    ("4k3/8/8/8/8/8/8/4K3 w - - ;D-1 5\n", 2, "line 1: not a depth and its count"),
-    ("4k3/8/8/8/8/8/8/8 w - - ;D1 5\n", 2, "line 1: not a position"),
-    ("# nothing\n", 2, "no positions in"),
+@pytest.mark.parametrize("counts, status, message", [
+    (";D1 5", 0, "positions 1 mismatches 0"),
+    (";D1 6", 1, "depth 1: 5 instead of 6"),
+    (";bm Kd2;", 2, "line 2: not a depth and its count"),
+    ("", 2, "line 2: a position without counts"),
 ])
-def test_perft_suites(tmp_path, suite, status, message):
-    (tmp_path / "suite.epd").write_text(suite)
+def test_perft_suites(tmp_path, counts, status, message):
+    (tmp_path / "suite.epd").write_text(f"# bare kings\n4k3/8/8/8/8/8/8/4K3 w - - {counts}\n")
     output, complaint = run(BUILD / "tarsimo-perft", tmp_path / "suite.epd", status=status)
     assert message in (complaint if status == 2 else output)
 
@@ -131,7 +108,6 @@ def make_hostile(folder, kind):
             "zeros": bytes(100_000),
             "a line without end": b"e2e4 " * 500_000,
             "empty": b"",
-            "text": b"The quick brown fox\njumps over the lazy dog.\n",
             "no kings": b"8/8/8/8/8/8/8/8 w - -;0.5\n" * 3,
         }[kind])
     return path
@@ -161,7 +137,7 @@ def commands_that_read(tmp_path):
 
 
 @pytest.mark.parametrize("kind", ["missing", "folder", "device", "random bytes", "zeros", "empty",
-                                  "a line without end", "text", "no kings"])
+                                  "a line without end", "no kings"])
 def test_files_that_are_none(readers, tmp_path, kind):
     path = make_hostile(tmp_path, kind)
     for command in readers(path):
@@ -185,7 +161,8 @@ def test_a_file_of_somebody_else_is_not_written_over(tmp_path):
         (tmp_path / "diary").write_text(text)
         for command in ((BUILD / "tarsimo-selfplay", "diary", "--games", 1),
                         (SECOND_OPINION, "positions", "diary", "--engine", engine),
-                        (ANALYSE, "positions", "-o", "diary", "--depth", 1, "--engine", UCI_ENGINE)):
+                        (ANALYSE, "positions", "-o", "diary", "--depth", 1, "--engine",
+                         UCI_ENGINE)):
             _, complaint = run(*command, status=2, cwd=tmp_path)
             assert_is_sentence(complaint)
             assert (tmp_path / "diary").read_text() == text, command
@@ -215,12 +192,11 @@ def test_no_place_for_the_output_is_noticed_before_the_work(tmp_path, place):
 
 
 def test_a_full_disk_is_noticed_in_the_middle_of_the_work(tmp_path):
-    run(BUILD / "tarsimo-selfplay", "games", "--games", 4, "--nodes", 50, status=0, cwd=tmp_path)
-    output, complaint = run(BUILD / "tarsimo-positions", "games", "/dev/full", status=2,
-                            cwd=tmp_path)
-    assert output == "" and "cannot write /dev/full" in complaint
-    _, complaint = run(BUILD / "tarsimo-selfplay", "/dev/full", "--games", 1, status=2)
-    assert "cannot write /dev/full" in complaint
+    run(BUILD / "tarsimo-selfplay", "games", "--games", 4, "--nodes", 50, cwd=tmp_path)
+    for command in (("tarsimo-positions", "games", "/dev/full"),
+                    ("tarsimo-selfplay", "/dev/full", "--games", 1)):
+        output, complaint = run(BUILD / command[0], *command[1:], status=2, cwd=tmp_path)
+        assert output == "" and "cannot write /dev/full" in complaint
 
 
 @pytest.mark.parametrize("command", [
@@ -246,10 +222,9 @@ def test_a_full_output_is_no_success(tmp_path, command):
 # --- programs that are missing, and processes that stay ------------------------
 
 def test_soak_without_an_engine(tmp_path):
-    (tmp_path / "text").write_text("no program")
-    (tmp_path / "text").chmod(0o755)
+    text = write_script(tmp_path / "text", "no program")
     for mode in "traffic", "load":
-        for engine in tmp_path / "missing", tmp_path, tmp_path / "text":
+        for engine in tmp_path / "missing", tmp_path, text:
             _, complaint = run(SOAK, mode, 5, engine, status=2)
             assert_is_sentence(complaint)
             assert f"cannot run {engine}" in complaint
@@ -258,14 +233,10 @@ def test_soak_without_an_engine(tmp_path):
 @pytest.mark.parametrize("mode", ["traffic", "load"])
 def test_soak_with_an_engine_that_dies(tmp_path, mode):
     """The fault is told, with the talk, and no busy process stays."""
-    engine = tmp_path / "engine"
-    engine.write_text("#!/bin/sh\nexit 3\n")
-    engine.chmod(0o755)
-    running = subprocess.Popen([SOAK, mode, "5", engine], stderr=subprocess.PIPE, text=True)
-    _, complaint = running.communicate(timeout=PATIENCE)
-    assert running.returncode == 1 and "the engine ended with 3" in complaint
-    assert "Traceback" not in complaint
-    assert_no_process_with(f" {running.pid} ")
+    engine = write_script(tmp_path / "engine", "#!/bin/sh\nexit 3\n")
+    _, complaint = run(SOAK, mode, 5, engine, status=1)
+    assert "the engine ended with 3" in complaint and "Traceback" not in complaint
+    assert_no_process_with(str(tmp_path))
 
 
 @pytest.mark.parametrize("mode", ["traffic", "load"])
@@ -275,13 +246,10 @@ def test_soak_that_is_stopped_leaves_nothing(tmp_path, mode, sent, status):
     engine = tmp_path / "engine"
     engine.symlink_to(Path(ENGINE).resolve())
     running = subprocess.Popen([SOAK, mode, "1000", engine], stdout=subprocess.PIPE,
-                               stderr=subprocess.PIPE, text=True, preexec_fn=default_signals)
-    deadline = time.monotonic() + PATIENCE
+                               stderr=subprocess.PIPE, text=True)
     children = Path(f"/proc/{running.pid}/task/{running.pid}/children")
     wanted = 2 if mode == "traffic" else 1 + (os.cpu_count() or 1)
-    while len(children.read_text().split()) < wanted:
-        assert time.monotonic() < deadline and running.poll() is None
-        time.sleep(0.05)
+    wait_until(lambda: len(children.read_text().split()) >= wanted, running)
     running.send_signal(sent)
     _, complaint = running.communicate(timeout=PATIENCE)
     assert running.returncode == status and "Traceback" not in complaint
@@ -297,10 +265,9 @@ def test_soak_that_is_stopped_leaves_nothing(tmp_path, mode, sent, status):
 ])
 def test_second_opinion_of_somebody_who_has_none(tmp_path, engine, complaint):
     (tmp_path / "positions").write_text(f"{START_FEN};0.5\n")
-    (tmp_path / "engine").write_text(engine)
-    (tmp_path / "engine").chmod(0o755)
-    _, answer = run(SECOND_OPINION, "positions", "judged", "--engine", tmp_path / "engine",
-                    status=2, cwd=tmp_path)
+    other = write_script(tmp_path / "engine", engine)
+    _, answer = run(SECOND_OPINION, "positions", "judged", "--engine", other, status=2,
+                    cwd=tmp_path)
     assert complaint in answer
     assert_is_sentence(answer)
     assert_no_process_with(str(tmp_path))
@@ -311,10 +278,7 @@ def test_selfplay_workers_end_with_their_parent(tmp_path):
     games = tmp_path / "games"
     running = subprocess.Popen([BUILD / "tarsimo-selfplay", games, "--games", "100000", "--nodes",
                                 "50", "--workers", "3"], stderr=subprocess.DEVNULL)
-    deadline = time.monotonic() + PATIENCE
-    while not games.exists() or games.read_text().count("\n") < 4:
-        assert time.monotonic() < deadline and running.poll() is None
-        time.sleep(0.05)
+    wait_until(lambda: games.exists() and games.read_text().count("\n") >= 4, running)
     running.kill()
     running.wait(PATIENCE)
     assert_no_process_with(str(games))

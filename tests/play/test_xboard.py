@@ -7,7 +7,6 @@ import pytest
 
 from conftest import ENGINE, PATIENCE
 
-GAMES_PATH = os.environ.get("PATH", "") + os.pathsep + "/usr/games"  # Debian's place for them
 NATURAL_END = re.compile(r"X[Bb]oard adjudication: "
                          r"(Checkmate|Stalemate|repetition draw|Insufficient mating material|"
                          r"50-move rule)")
@@ -49,7 +48,7 @@ def test_game_of_the_engine_against_itself(display, tmp_path, options, opening, 
     if opening:
         (tmp_path / "start.fen").write_text(opening + "\n")
         command += ["-lpf", str(tmp_path / "start.fen"), "-lpi", "1"]
-    environment = {**os.environ, "HOME": str(tmp_path), "DISPLAY": display, "PATH": GAMES_PATH}
+    environment = {**os.environ, "HOME": str(tmp_path), "DISPLAY": display}
     done = subprocess.run(command, env=environment, cwd=tmp_path, timeout=100, check=False,
                           stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, text=True, errors="replace")
