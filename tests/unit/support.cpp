@@ -139,15 +139,17 @@ void set_hash_move(const std::string& name) {
 }
 
 void after(const std::string& name, const std::function<void()>& function) {
+    if (name == "all") return for_each_legal_move([&](int) { function(); });
+    if (name == "pass") {
+        const int ep_square_before = make_null_move();
+        function();
+        return unmake_null_move(ep_square_before);
+    }
     const int index = index_of_move(name);
     ASSERT_GE(index, 0) << "no move " << name;
     make_move(index);
     function();
     unmake_move();
-}
-
-void after_every_move(const std::function<void()>& function) {
-    for_each_legal_move([&](int) { function(); });
 }
 
 void begin_at_ply(int ply) {

@@ -110,9 +110,9 @@ void set_result(int score, int bound = BOUND_EXACT);
 /// Let a move of the position be the table's move, from a search too shallow for anything else.
 void set_hash_move(const std::string& name);
 
-/// Call a function in the position after a move, or after each legal move in turn.
+/// Call a function in the position after a move, after "all" legal moves in turn, or after a
+/// "pass".
 void after(const std::string& name, const std::function<void()>& function);
-void after_every_move(const std::function<void()>& function);
 
 /// Let the next search begin at a ply, without moves before it.
 void begin_at_ply(int ply);
