@@ -2,6 +2,7 @@
 #include "support.h"
 
 #include "control/notation.h"
+#include "tools/measure/tree_commands.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -115,6 +116,12 @@ std::vector<std::string> data_lines(const std::string& file) {
         if (!line.empty() && line[0] != '#') lines.push_back(line);
     }
     return lines;
+}
+
+std::vector<std::string> fields_of(const std::string& line) {
+    std::vector<std::string> fields = tree::split(line, ';');
+    for (std::string& field : fields) field = tree::trimmed(field);
+    return fields;
 }
 
 void start_clock_ago(int elapsed) {

@@ -91,6 +91,9 @@ int visit_random_positions(int games, int plies, const std::function<void()>& vi
 /// Lines of a data file that are neither empty nor comments.
 std::vector<std::string> data_lines(const std::string& file);
 
+/// Fields of a line, which semicolons separate, without blanks around them.
+std::vector<std::string> fields_of(const std::string& line);
+
 /// The tests' own clock: what clock_ms() answers, and by how much each reading moves it on.
 extern int now_ms;
 extern int tick_ms;
