@@ -74,6 +74,8 @@ class Rules : public SearchRules {
                                                      {"width", &setup.width}};
         while (words >> word) {
             if (word == "no_null") setup.allow_null = false;
+            else if (word == "open") setup.open = true;
+            else if (word == "quiescence") setup.quiescence = true;
             else if (numbers.contains(word)) words >> *numbers.at(word);
             else break;
         }
@@ -103,6 +105,8 @@ class Rules : public SearchRules {
             text = depths[figure.argument];
         } else if (figure.name == "kinds") {
             for (const Node& node : entered) text += node.kind;
+        } else if (figure.name == "tried") {
+            for (const Node& node : entered) text += node.ply == 1 ? node.move + " " : "";
         } else if (figure.name == "searched") {
             for (const auto& move : depths) text += move.first + " ";
         } else if (figure.name == "pruned") {
@@ -157,8 +161,7 @@ TEST_F(Rules, AreAsListed) {
     int rules = 0;
     for (const std::string& line : data_lines("rules.txt")) {
         SCOPED_TRACE(line);
-        std::vector<std::string> fields = tree::split(line, ';');
-        for (std::string& field : fields) field = tree::trimmed(field);
+        const std::vector<std::string> fields = fields_of(line);
         if (fields.size() == 2) {
             positions[fields[0]] = fields[1];
             continue;

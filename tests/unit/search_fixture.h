@@ -11,13 +11,15 @@ namespace tarsimo::test {
 inline constexpr const char* MANY_PIECES = START_FEN;
 
 // A node to be searched. Its window ends `over` above the material balance and is `width` wide;
-// its evaluation is `above` more than where the window ends.
+// its evaluation is `above` more than where the window ends, also where the window is open.
 struct NodeSetup {
     int depth;
     int above = 0;
     int over = 0;
     int width = 1;
     bool allow_null = true;
+    bool open = false;
+    bool quiescence = false;
 };
 
 class SearchRules : public Engine {
@@ -26,11 +28,14 @@ class SearchRules : public Engine {
     static int search_node(const char* fen, const NodeSetup& setup,
                            const std::function<void()>& prepare) {
         set_up(fen);
-        const int beta = balance() + setup.over;
-        set_evaluation(beta + setup.above);
+        const int end = balance() + setup.over;
+        set_evaluation(end + setup.above);
         prepare();
-        return search(beta - setup.width, beta, setup.depth,
-                      setup.allow_null ? NullMove::YES : NullMove::NO, in_check());
+        const int alpha = setup.open ? -INF : end - setup.width;
+        const int beta = setup.open ? INF : end;
+        if (setup.quiescence) return quiesce(alpha, beta, 0);
+        return search(alpha, beta, setup.depth, setup.allow_null ? NullMove::YES : NullMove::NO,
+                      in_check());
     }
 
     // What table and evaluation then say of every move makes it fail low.
