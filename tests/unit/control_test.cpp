@@ -1,4 +1,4 @@
-// What a user or an interface reads: board, reports, statistics, suite; and set-up from texts
+// What a user or an interface reads: reports, statistics, suite; and set-up from texts
 // that are no data lines.
 #include "support.h"
 
@@ -47,22 +47,6 @@ TEST_F(Control, FreshGameFromAPosition) {
     set_up("QQQQkQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQKQQQ w");
     EXPECT_EQ(white_pieces, 62);
     search(-INF, INF, 4, NullMove::YES, false);
-}
-
-TEST_F(Control, Board) {
-    const std::string frame = "   +---+---+---+---+---+---+---+---+\n";
-    const std::string empty = "|   |   |   |   |   |   |   |   |\n" + frame;
-    const std::string diagram = "\n" + frame + " 8 |*T |*C |*A |*D |*R |*A |*C |*T |\n" + frame +
-                                " 7 |*P |*P |*P |*P |*P |*P |*P |*P |\n" + frame + " 6 " + empty +
-                                " 5 " + empty + " 4 " + empty + " 3 " + empty +
-                                " 2 | P | P | P | P | P | P | P | P |\n" + frame +
-                                " 1 | T | C | A | D | R | A | C | T |\n" + frame +
-                                "     a   b   c   d   e   f   g   h \n\n";
-    EXPECT_EQ(output_of(print_board), diagram + " BLANCAS JUEGAN \n");
-    side = BLACK;
-    EXPECT_EQ(output_of(print_board), diagram + " NEGRAS JUEGAN  \n");
-    xboard_mode = true;
-    EXPECT_EQ(output_of(print_board), diagram);
 }
 
 TEST_F(Control, StatisticsBlock) {

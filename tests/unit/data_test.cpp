@@ -51,10 +51,6 @@ std::string quoted_output_of(const std::function<void()>& function) {
     return "\"" + text + "\"";
 }
 
-// ---------------------------------------------------------------------------
-// Commands of the case list, which tells their forms: from the fields of a line to its figures.
-// ---------------------------------------------------------------------------
-
 using Fields = std::vector<std::string>;
 
 std::string set_up_text(const Fields& fields) {
@@ -100,9 +96,7 @@ std::string case_figures(const std::string& line) {
     const std::string name = first_word(line);
     const auto command = case_commands.find(name);
     if (command == case_commands.end()) return "not understood";
-    Fields fields = tree::split(line.substr(line.find(name) + name.size()), ';');
-    for (std::string& field : fields) field = tree::trimmed(field);
-    return command->second(fields);
+    return command->second(fields_of(line.substr(line.find(name) + name.size())));
 }
 
 // The figures of every command of a list, made with the tree tool's own functions.

@@ -1,9 +1,11 @@
-// Endings with a score of their own: king and pawn against a solution by brute force, running
-// pawns and races, one piece each, and the mates against a bare king.
+// Endings with a score of their own: king and pawn, running pawns and races, one piece each, and
+// the mates against a bare king.
 #include "support.h"
 
 #include <algorithm>
+#include <map>
 #include <random>
+#include <sstream>
 
 namespace tarsimo::test {
 
@@ -13,142 +15,34 @@ class Endings : public Engine {};
 
 int square_of(int index) { return A1 + index % 8 + 10 * (index / 8); }
 
-// ---------------------------------------------------------------------------
-// King and pawn against king by brute force: squares 0..63, white has the pawn.
-// ---------------------------------------------------------------------------
-
-class BruteForce {
-  public:
-    BruteForce() {
-        for (bool changed = true; changed;) {
-            changed = false;
-            for (int n = 0; n < SIZE; ++n) {
-                if (won_[idx(n)] || !is_legal(n) || !wins(n)) continue;
-                won_[idx(n)] = changed = true;
-            }
-        }
-    }
-
-    static constexpr int SIZE = 2 * 64 * 64 * 64;
-
-    static bool white_to_move(int n) { return n >= SIZE / 2; }
-    static int king(int n) { return n / 4096 % 64; }
-    static int pawn(int n) { return n / 64 % 64; }
-    static int lone(int n) { return n % 64; }
-
-    static bool is_legal(int n) {
-        const bool apart = king(n) != pawn(n) && lone(n) != pawn(n) && !near(king(n), lone(n));
-        return apart && pawn(n) / 8 >= 1 && pawn(n) / 8 <= 6 &&
-               !(white_to_move(n) && attacks(pawn(n), lone(n)));
-    }
-
-    bool won(int n) const { return won_[idx(n)]; }
-
-  private:
-    std::vector<bool> won_ = std::vector<bool>(SIZE);
-
-    static int number(bool white, int king, int pawn, int lone) {
-        return (white ? SIZE / 2 : 0) + king * 4096 + pawn * 64 + lone;
-    }
-    static bool near(int a, int b) {
-        return std::abs(a / 8 - b / 8) <= 1 && std::abs(a % 8 - b % 8) <= 1;
-    }
-    static bool attacks(int pawn, int sq) {
-        return sq / 8 == pawn / 8 + 1 && std::abs(sq % 8 - pawn % 8) == 1;
-    }
-
-    // The promoted piece stays on the board and does not stalemate.
-    static bool promotion_wins(int king, int target, int lone) {
-        if (near(lone, target) && !near(king, target)) return false;
-        const auto covers = [&](bool diagonals, int sq) {
-            const int ranks = sq / 8 - target / 8;
-            const int files = sq % 8 - target % 8;
-            const bool straight = ranks == 0 || files == 0;
-            if (!straight && !(diagonals && std::abs(ranks) == std::abs(files))) return false;
-            const int step = 8 * ((ranks > 0) - (ranks < 0)) + (files > 0) - (files < 0);
-            for (int s = target + step; s != sq; s += step) {
-                if (s == king) return false;  // a lone king in between does not hide its retreat
-            }
-            return sq != target;
-        };
-        for (const bool queen : {true, false}) {
-            if (covers(queen, lone)) return true;
-            for (int to = 0; to < 64; ++to) {
-                if (near(to, lone) && to != lone && !near(to, king) && !covers(queen, to))
-                    return true;
-            }
-        }
-        return false;
-    }
-
-    bool wins(int n) const {
-        const int k = king(n);
-        const int p = pawn(n);
-        const int l = lone(n);
-        if (white_to_move(n)) {
-            if (p + 8 != k && p + 8 != l) {
-                if (p / 8 == 6) {
-                    if (promotion_wins(k, p + 8, l)) return true;
-                } else if (won(number(false, k, p + 8, l))) {
-                    return true;
-                }
-                const bool double_step = p / 8 == 1 && p + 16 != k && p + 16 != l;
-                if (double_step && won(number(false, k, p + 16, l))) return true;
-            }
-            for (int to = 0; to < 64; ++to) {
-                if (to != k && to != p && near(to, k) && !near(to, l) &&
-                    won(number(false, to, p, l)))
-                    return true;
-            }
-            return false;
-        }
-        bool can_move = attacks(p, l);
-        for (int to = 0; to < 64; ++to) {
-            if (to == l || !near(to, l) || near(to, k) || attacks(p, to)) continue;
-            if (to == p || !won(number(true, k, p, to))) return false;
-            can_move = true;
-        }
-        return can_move;
-    }
-};
-
-TEST_F(Endings, KingAndPawnAgreesWithBruteForce) {
-    const BruteForce solution;
-    std::array<int, 2> won{};
-    for (int n = 0; n < BruteForce::SIZE; ++n) {
-        if (!BruteForce::is_legal(n)) continue;
-        const bool strong_to_move = BruteForce::white_to_move(n);
-        won[strong_to_move] += solution.won(n);
-        const int king = square_of(BruteForce::king(n));
-        const int pawn = square_of(BruteForce::pawn(n));
-        const int lone = square_of(BruteForce::lone(n));
-        ASSERT_EQ(is_won_kpk(WHITE, king, pawn, lone, strong_to_move), solution.won(n))
-            << square_name(king) << square_name(pawn) << square_name(lone) << strong_to_move;
-        ASSERT_EQ(is_won_kpk(BLACK, mirror_square[idx(king)], mirror_square[idx(pawn)],
-                             mirror_square[idx(lone)], strong_to_move),
-                  solution.won(n));
-    }
-    EXPECT_EQ(won, (std::array<int, 2>{2 * 48802, 2 * 62480})) << "the known totals";
+bool beside(int a, int b) {
+    return std::abs(square_file[idx(a)] - square_file[idx(b)]) <= 1 &&
+           std::abs(square_rank[idx(a)] - square_rank[idx(b)]) <= 1;
 }
 
-// ---------------------------------------------------------------------------
-// Scores of known positions
-// ---------------------------------------------------------------------------
-
-struct Expected {
-    const char* fen;
-    int low, high;  // bounds of the score for white
-};
-
-// The score for white of the current position, by `score_of_position`.
-template <typename Function>
-void expect_scores(const std::vector<Expected>& cases, Function score_of_position) {
-    for (const Expected& c : cases) {
-        set_up(c.fen);
-        const int score = score_of_position();
-        EXPECT_GE(score, c.low) << c.fen;
-        EXPECT_LE(score, c.high) << c.fen;
+// The number of legal positions that the pawn wins is known. Colours and wings are alike.
+TEST_F(Endings, KingAndPawnWinAsOftenAsIsKnown) {
+    std::array<int, 2> won{};
+    const auto count = [&won](int king, int pawn, int lone, bool strong_to_move) {
+        const bool is_won = is_won_kpk(WHITE, king, pawn, lone, strong_to_move);
+        const auto for_black = [](int sq) { return mirror_square[idx(sq)]; };
+        const auto other_wing = [](int sq) { return sq + 9 - 2 * square_file[idx(sq)]; };
+        won[strong_to_move] += is_won;
+        ASSERT_EQ(is_won, is_won_kpk(BLACK, for_black(king), for_black(pawn), for_black(lone),
+                                     strong_to_move));
+        ASSERT_EQ(is_won, is_won_kpk(WHITE, other_wing(king), other_wing(pawn), other_wing(lone),
+                                     strong_to_move));
+    };
+    for (int n = 0; n < 64 * 64 * 64; ++n) {
+        const int king = square_of(n / 4096);
+        const int pawn = square_of(n / 64 % 64);
+        const int lone = square_of(n % 64);
+        const bool on_pawn = king == pawn || lone == pawn;
+        if (on_pawn || beside(king, lone) || pawn < A2 || pawn > H7) continue;
+        count(king, pawn, lone, false);
+        if (lone != pawn + 9 && lone != pawn + 11) count(king, pawn, lone, true);
     }
+    EXPECT_EQ(won, (std::array<int, 2>{2 * 48802, 2 * 62480}));
 }
 
 int white_score() { return side * evaluate(-INF, INF); }
@@ -159,84 +53,61 @@ int pawn_ending_balance() {
     return terms[0] - terms[1];
 }
 
-TEST_F(Endings, PawnsAgainstTheBareKing) {
-    expect_scores({{"8/4k3/8/4K3/4P3/8/8/8 w - -", 0, 0},  // who must move loses the opposition
-                   {"8/4k3/8/4K3/4P3/8/8/8 b - -", 450, 600},
-                   {"4k3/8/4K3/4P3/8/8/8/8 w - -", 450, 600},  // king on the sixth, ahead
-                   {"4k3/8/4K3/4P3/8/8/8/8 b - -", 450, 600},
-                   {"3k4/8/8/8/3K4/8/4P3/8 b - -", 450, 600},  // on a key square
-                   {"8/4k3/8/8/8/4K3/4P3/8 w - -", 450, 600},  // and a waiting pawn move
-                   {"4k3/4P3/4K3/8/8/8/8/8 b - -", 0, 0},      // stalemate
-                   {"8/k1P5/2K5/8/8/8/8/8 w - -", 560, 600},   // only a rook wins
-                   {"8/8/8/8/8/1k6/p7/K7 w - -", 0, 0},
-                   {"k7/8/1K6/P7/8/8/8/8 w - -", 0, 0},  // the rook's pawn
-                   {"8/1K1k4/8/P7/8/8/8/8 b - -", 450, 600},
-                   {"8/8/8/p7/8/8/1k1K4/8 w - -", -600, -450},
-                   {"k7/8/1K6/P7/P7/8/8/8 w - -", 0, 0},  // doubled
-                   {"8/8/8/8/p7/p7/1k6/K7 b - -", 0, 0},
-                   {"k7/8/1K6/PP6/8/8/8/8 w - -", 300, 700},
-                   {"8/8/P1k5/P7/8/8/8/7K b - -", 1, 900}},
-                  white_score);
+int searched_score() {
+    int score = 0;
+    for (int plies = 1; plies <= 8; ++plies) {
+        score = side * search(-INF, INF, ONE_PLY * plies, NullMove::YES, in_check());
+    }
+    return score;
+}
 
+// With how many sides to move the answer is a draw before anything is counted.
+int dead_draws() {
+    int draws = 0;
+    for (const int to_move : {WHITE, BLACK}) {
+        clear_statistics();
+        side = to_move;
+        const int score = evaluate(5000, 5001);
+        const bool uncounted = eval_lazy_count + eval_hash_count + eval_full_count == 0;
+        draws += score == 0 && uncounted ? 1 : 0;
+    }
+    return draws;
+}
+
+const std::map<std::string, int (*)()> kinds = {{"score", white_score},
+                                                {"pawns", pawn_ending_balance},
+                                                {"search", searched_score},
+                                                {"draws", dead_draws}};
+
+TEST_F(Endings, ScoresAreAsListed) {
+    for (const std::string& line : data_lines("endings.txt")) {
+        const auto fields = fields_of(line);
+        ASSERT_GE(fields.size(), 2U) << line;
+        std::istringstream words(fields[0]);
+        std::string kind;
+        int low = 0;
+        int high = 0;
+        words >> kind >> low >> high;
+        ASSERT_TRUE(words && kinds.contains(kind)) << line;
+        set_up(fields[1]);
+        const int score = kinds.at(kind)();
+        EXPECT_GE(score, low) << line;
+        EXPECT_LE(score, high) << line;
+    }
+}
+
+TEST_F(Endings, PawnGainsOnItsWay) {
     int last = 0;
     for (const char* fen : {"7k/8/8/8/8/8/P7/K7 w - -", "7k/8/8/8/P7/8/8/K7 w - -",
                             "7k/8/P7/8/8/8/8/K7 w - -", "7k/P7/8/8/8/8/8/K7 w - -"}) {
         set_up(fen);
-        EXPECT_GT(white_score(), last) << "grows towards the promotion: " << fen;
+        EXPECT_GT(white_score(), last) << fen;
         last = white_score();
     }
 }
 
-TEST_F(Endings, RunningPawnsAndRaces) {
-    constexpr int NONE = 0;
-    constexpr int RUNS_LOW = 300;
-    constexpr int RUNS_HIGH = 420;
-    constexpr int RACE_LOW = 150;
-    constexpr int RACE_HIGH = 300;
-    expect_scores(
-        {
-            // The square, with both sides to move, from the second rank too.
-            {"8/8/8/5k2/P7/7p/7P/6K1 w - -", RUNS_LOW, RUNS_HIGH},
-            {"8/8/8/5k2/P7/7p/7P/6K1 b - -", NONE, NONE},
-            {"8/8/8/6k1/P7/7p/7P/6K1 b - -", RUNS_LOW, RUNS_HIGH},
-            {"8/8/8/6k1/8/7p/P6P/6K1 w - -", RUNS_LOW, RUNS_HIGH},
-            {"8/8/8/6k1/8/7p/P6P/6K1 b - -", NONE, NONE},
-            {"6k1/7p/7P/p7/5K2/8/8/8 b - -", -RUNS_HIGH, -RUNS_LOW},
-            {"6k1/7p/7P/p7/5K2/8/8/8 w - -", NONE, NONE},
-            // The own king on the way, or guarding it; a check by a pawn costs the move.
-            {"8/8/K7/5k2/P7/7p/7P/8 w - -", NONE, NONE},
-            {"8/1K6/3k4/P7/8/7p/7P/8 b - -", RUNS_LOW, RUNS_HIGH},
-            {"8/6K1/3k4/P7/8/7p/7P/8 b - -", NONE, NONE},
-            {"8/8/8/5k2/P7/7p/6KP/8 w - -", NONE, NONE},
-            // Not passed.
-            {"8/1p6/8/6k1/P7/7p/7P/6K1 w - -", NONE, NONE},
-            // Both run: a diagonal or a check decides, or two moves, but not against a fortress.
-            {"4K3/8/8/P7/7p/8/8/4k3 w - -", RACE_LOW, RACE_HIGH},
-            {"4K3/8/8/P7/7p/8/8/4k3 b - -", -RACE_HIGH, -RACE_LOW},
-            {"4K3/8/8/P7/6p1/8/8/4k3 w - -", NONE, NONE},
-            {"4K3/8/8/P7/6p1/8/8/k7 w - -", RACE_LOW, RACE_HIGH},
-            {"4K3/8/P7/8/6p1/8/8/3k4 w - -", RACE_LOW, RACE_HIGH},
-            {"4K3/8/P7/8/7p/8/6k1/8 w - -", 1, RACE_LOW},
-            // The opposition, where nobody has a pawn move.
-            {"8/4k3/p6p/P3K2P/8/8/8/8 w - -", -30, -1},
-            {"8/4k3/p6p/P3K2P/8/8/8/8 b - -", 1, 30},
-            {"8/1p2k3/7p/P3K2P/8/8/8/8 b - -", NONE, NONE},
-        },
-        pawn_ending_balance);
-}
-
-TEST_F(Endings, OnePieceEach) {
-    expect_scores({{"3qk3/8/8/8/8/8/8/3QK3 w - -", 0, 0},
-                   {"3rk3/8/8/8/8/8/8/3RK3 b - -", 0, 0},
-                   {"3rk3/8/8/8/8/8/8/3QK3 b - -", 400, 700},
-                   {"3qk3/8/8/8/8/8/8/3RK3 b - -", -700, -400},
-                   {"3bk3/8/8/8/8/8/8/3QK3 w - -", 500, 700},
-                   {"3qk3/8/8/8/8/8/8/3NK3 w - -", -700, -500},
-                   {"3nk3/8/8/8/8/8/8/3RK3 w - -", 1, 80},
-                   {"3rk3/8/8/8/8/8/8/3BK3 w - -", -80, -1}},
-                  white_score);
-
-    // The first of two positions is the better one for white, which has more.
+// The first of two positions is the better one for white, which has more.
+TEST_F(Endings, BetterOfTwoPositions) {
     const std::array<std::pair<const char*, const char*>, 6> pairs = {{
         {"1k6/8/8/8/7r/2K5/8/Q7 w - -", "1k6/8/1r6/8/8/2K5/8/Q7 w - -"},   // loose rook
         {"k7/1r6/8/2K5/8/8/8/Q7 w - -", "8/8/1r6/1k6/8/3K4/8/Q7 w - -"},   // edge
@@ -252,10 +123,6 @@ TEST_F(Endings, OnePieceEach) {
         EXPECT_GT(score, white_score()) << better << " against " << worse;
     }
 }
-
-// ---------------------------------------------------------------------------
-// Colours, and positions of any kind
-// ---------------------------------------------------------------------------
 
 // Put pieces on squares of an empty board, as seen by white or with the colours exchanged.
 void place(const std::vector<std::pair<int, int>>& pieces, int to_move, bool exchanged) {
@@ -303,10 +170,6 @@ TEST_F(Endings, ColourFlippedTwinsAreEqual) {
     }
     EXPECT_LT(beyond_margin, 1000) << "of 15000: the lazy exit would hide such scores";
 }
-
-// ---------------------------------------------------------------------------
-// Bare kings
-// ---------------------------------------------------------------------------
 
 // How far from the edge a king is: by the steps of rank and file from it. a7 is an exception.
 int centre_value(int sq) {
@@ -362,35 +225,6 @@ TEST_F(Endings, BareKing) {
     }
 }
 
-// Nobody can mate: a draw whatever the window, before anything is counted.
-TEST_F(Endings, BareMinorPieces) {
-    const auto is_dead_draw = [](const char* fen, int to_move) {
-        set_up(fen);
-        side = to_move;
-        const int score = evaluate(5000, 5001);
-        const bool uncounted = eval_lazy_count + eval_hash_count + eval_full_count == 0;
-        EXPECT_TRUE(!uncounted || score == 0);
-        return uncounted;
-    };
-    for (const int to_move : {WHITE, BLACK}) {
-        for (const char* fen : {"4k3/8/8/8/8/8/8/4K3 w - -", "4k3/8/8/8/N7/8/8/4K3 w - -",
-                                "4k3/8/8/8/b7/8/8/4K3 w - -", "4k3/8/8/8/NN6/8/8/4K3 w - -",
-                                "4k3/8/8/8/NNnn4/8/8/4K3 w - -", "4k3/8/8/8/NNb5/8/8/4K3 w - -"}) {
-            EXPECT_TRUE(is_dead_draw(fen, to_move)) << fen;
-        }
-        for (const char* fen : {"4k3/8/8/8/P7/8/8/4K3 w - -", "4k3/8/8/8/BB6/8/8/4K3 w - -",
-                                "4k3/8/8/8/bn6/8/8/4K3 w - -", "4k3/8/8/8/R7/8/8/4K3 w - -",
-                                "4k3/8/8/8/r7/8/8/4K3 w - -", "4k3/8/8/8/NNN5/8/8/4K3 w - -",
-                                "4k3/8/8/8/nnn5/8/8/4K3 w - -", "4k3/8/8/8/Nn5p/8/8/4K3 w - -"}) {
-            EXPECT_FALSE(is_dead_draw(fen, to_move)) << fen;
-        }
-    }
-}
-
-// ---------------------------------------------------------------------------
-// Won endings
-// ---------------------------------------------------------------------------
-
 // A window near a won score: evaluate() keeps to its exit, the searches see the ending. With a
 // pawn or a second piece on the board they answer alike.
 TEST_F(Endings, SearchesSeeTheWayToTheMate) {
@@ -408,24 +242,6 @@ TEST_F(Endings, SearchesSeeTheWayToTheMate) {
         EXPECT_EQ(static_score(9900, 9901), evaluate(9900, 9901)) << fen;
         EXPECT_EQ(eval_lazy_count, 2U);
     }
-}
-
-// Each ending is brought home from a position near its end, by search to a fixed depth.
-TEST_F(Endings, ShortMates) {
-    constexpr int PLIES = 8;
-    expect_scores({{"8/8/8/8/3K4/7Q/3k4/8 w - -", 31900, 31998},
-                   {"8/8/8/8/8/2K5/1R6/k7 w - -", 31900, 31998},
-                   {"k7/8/1K6/8/2B5/4B3/8/8 w - -", 31900, 31998},
-                   {"k7/8/1K2B3/8/4N3/8/8/8 w - -", 31900, 31998},
-                   {"1k6/1r6/2K5/Q7/8/8/8/8 b - -", 9800, 31998}},  // the rook falls
-                  [] {
-                      int score = 0;
-                      for (int plies = 1; plies <= PLIES; ++plies) {
-                          score =
-                              side * search(-INF, INF, ONE_PLY * plies, NullMove::YES, in_check());
-                      }
-                      return score;
-                  });
 }
 
 }  // namespace

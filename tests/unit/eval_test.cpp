@@ -40,57 +40,6 @@ TEST_F(Evaluation, ColourFlippedTwinsAreEqual) {
     EXPECT_GT(positions, 5000);
 }
 
-// Where the lazy exit begins, by class: material against the window alone, strictly.
-TEST_F(Evaluation, ClassesAndTheirLazyExits) {
-    struct Class {
-        int margin;
-        bool endgame;
-    };
-    constexpr Class middlegame = {350, false};
-    constexpr Class transition = {520, false};
-    constexpr Class endgame = {520, true};
-    struct Case {
-        const char* fen;
-        Class expected;
-    };
-    for (const auto& [fen, expected] : {
-             // More than 2169 of pieces on both sides.
-             Case{"qrbbk3/8/8/8/8/PPPP4/8/QRBBK3 w - -", middlegame},
-             Case{"qrbnk3/8/8/8/8/PPPP4/8/QRBBK3 w - -", transition},
-             Case{"qrbbk3/8/8/8/8/PPPP4/8/QRBNK3 w - -", transition},
-             // At most 1700 on both.
-             Case{"rrbbk3/8/8/8/8/PPPP4/8/RRBBK3 w - -", endgame},
-             Case{"qrnk4/8/8/8/8/PPPP4/8/RRBBK3 w - -", transition},
-             Case{"rrbbk3/8/8/8/8/PPPP4/8/QRNK4 w - -", transition},
-             Case{"4k3/pp6/8/8/8/PPPP4/8/4K3 w - -", endgame},
-             Case{"qr2k3/8/8/8/8/8/8/RR2K3 w - -", endgame},
-             // A queen with one minor piece attacks too well.
-             Case{"r3k3/pp6/8/8/8/PP6/8/QN2K3 w - -", transition},
-             Case{"qn2k3/pp6/8/8/8/PP6/8/R3K3 w - -", transition},
-             Case{"r3k3/pp6/8/8/8/PP6/8/QB2K3 w - -", transition},
-             Case{"qb2k3/8/8/8/8/8/8/R3K3 w - -", transition},
-             Case{"q3k3/pp6/8/8/8/PP6/8/R3K3 w - -", endgame},
-         }) {
-        for (const int to_move : {WHITE, BLACK}) {
-            set_up(fen);
-            side = to_move;
-            const int level = balance();
-            const auto is_lazy = [level](int alpha, int beta) {
-                clear_statistics();
-                const int score = evaluate(alpha, beta);
-                EXPECT_TRUE(eval_lazy_count == 0 || score == level);
-                return eval_lazy_count == 1;
-            };
-            EXPECT_FALSE(is_lazy(level + expected.margin, INF)) << fen;
-            EXPECT_EQ(endgame_flag, expected.endgame) << fen;
-            EXPECT_TRUE(is_lazy(level + expected.margin + 1, INF)) << fen;
-            EXPECT_EQ(endgame_flag, expected.endgame) << fen;
-            EXPECT_FALSE(is_lazy(-INF, level - expected.margin)) << fen;
-            EXPECT_TRUE(is_lazy(-INF, level - expected.margin - 1)) << fen;
-        }
-    }
-}
-
 TEST_F(Evaluation, CacheKnowsTheSideToMove) {
     set_up(START_FEN);
     const int score = evaluate(-INF, INF);

@@ -1,21 +1,19 @@
-// The frame of the evaluation, read off the trace: which parts a class of position has, and what
-// each of the fixed parts amounts to, whatever the weights.
+// The evaluation, read off the trace: which parts a class of position has, and what each of the
+// fixed parts amounts to, whatever the weights; how often each weight is counted, and its sign.
 #include "support.h"
 
 #include <algorithm>
+#include <map>
+#include <sstream>
 
 namespace tarsimo::test {
 
 namespace {
 
-class Frame : public Engine {
-  protected:
-    static const EvalTrace& trace_of(const char* fen) {
-        set_up(fen);
-        evaluate(-INF, INF);
-        return eval_trace;
-    }
-};
+class Frame : public Engine {};
+
+std::string figure(int value) { return " " + std::to_string(value); }
+std::string figures(const ColourPair& pair) { return figure(pair[0]) + figure(pair[1]); }
 
 // What the weights of a kind that were counted for a colour add up to.
 int weighted(WeightKind kind, std::size_t colour, int (*part)(ScorePair)) {
@@ -50,17 +48,60 @@ int score_of_trace() {
     return sum / eval_trace.divisor * eval_trace.damping / 20;
 }
 
-// Two knights, two bishops, two rooks and a queen each, and no pawn.
-constexpr const char* MIDDLEGAME = "rnbqkbnr/8/8/8/8/8/8/RNBQKBNR w KQkq -";
-constexpr const char* TRANSITION = "qrnnk3/p7/8/8/8/8/P7/QRNNK3 w - -";
-constexpr const char* ENDGAME = "rn2k3/p7/8/8/8/8/P7/RN2K3 w - -";
+// How far from the balance a window may begin, above or below it, without a lazy exit, and whether
+// the position counts as an endgame. Both are the same for either side to move.
+std::string lazy_exit() {
+    const auto margin = [](int sign) {
+        for (int distance = 0; distance < INF; ++distance) {
+            clear_statistics();
+            const int bound = balance() + sign * (distance + 1);
+            const int score = sign > 0 ? evaluate(bound, INF) : evaluate(-INF, bound);
+            if (eval_lazy_count == 1 && score == balance()) return distance;
+        }
+        return INF;
+    };
+    const int above = margin(1);
+    EXPECT_EQ(margin(-1), above);
+    side = -side;
+    EXPECT_EQ(margin(1), above);
+    EXPECT_EQ(margin(-1), above);
+    return figure(above) + figure(endgame_flag);
+}
 
-TEST_F(Frame, Tempo) {
-    EXPECT_EQ(trace_of(MIDDLEGAME).tempo, 12);
-    EXPECT_EQ(trace_of(TRANSITION).tempo, 12);
-    EXPECT_EQ(trace_of(ENDGAME).tempo, 8);
-    // It counts for the side to move, and all else is the same for both.
-    for (const char* fen : {MIDDLEGAME, TRANSITION, ENDGAME}) {
+const std::map<std::string, std::string (*)()> parts = {
+    {"tempo", [] { return figure(eval_trace.tempo); }},
+    {"mix", [] { return figure(eval_trace.mix); }},
+    {"divisor", [] { return figure(eval_trace.divisor); }},
+    {"scale", [] { return figure(eval_trace.scale); }},
+    {"opening", [] { return figure(eval_trace.opening[0]); }},
+    {"trade_down", [] { return figures(eval_trace.trade_down); }},
+    {"shelter", [] { return figures(eval_trace.shelter_material); }},
+    {"lazy_exit", lazy_exit},
+    {"king_attacks", [] { return figure(white_eval.king_attack_count); }},
+    {"development",
+     [] {
+         return figures({white_eval.development, black_eval.development});
+     }},
+};
+
+TEST_F(Frame, PartsAreAsListed) {
+    for (const std::string& line : data_lines("parts.txt")) {
+        SCOPED_TRACE(line);
+        const auto fields = fields_of(line);
+        ASSERT_GE(fields.size(), 2U);
+        const std::string name = first_word(fields[0]);
+        ASSERT_TRUE(parts.contains(name));
+        set_up(fields[1]);
+        const int score = evaluate_traced();
+        if (eval_trace.linear) { EXPECT_EQ(score, score_of_trace()); }
+        EXPECT_EQ(name + parts.at(name)(), fields[0]);
+    }
+}
+
+// Tempo counts for the side to move, and all else is the same for both.
+TEST_F(Frame, SideToMoveHasTheTempo) {
+    for (const char* fen :
+         {START_FEN, "qrnnk3/p7/8/8/8/8/P7/QRNNK3 w - -", "rn2k3/p7/8/8/8/8/P7/RN2K3 w - -"}) {
         set_up(fen);
         const int for_white = evaluate(-INF, INF);
         side = BLACK;
@@ -78,7 +119,7 @@ TEST_F(Frame, ScoreIsTheSumOfItsParts) {
         EXPECT_EQ(score, score_of_trace()) << game_ply;
     });
     EXPECT_GT(compared, 3000);
-    set_up(MIDDLEGAME);
+    set_up(START_FEN);
     set_evaluation(777);
     EXPECT_NE(evaluate_traced(), 777) << "what is traced is no answer of the cache";
 }
@@ -102,42 +143,6 @@ TEST_F(Frame, LeadsInPawnEndingsAreCompressed) {
         if (cut > 0) ++compressed;
     }
     EXPECT_GT(compressed, 3);
-}
-
-// Eight for each piece on the board, off the total of a side that is ahead by more than 199.
-TEST_F(Frame, TradeDown) {
-    struct Case {
-        const char* fen;
-        ColourPair penalty;
-    };
-    for (const auto& [fen, penalty] : {
-             Case{"4k1nn/pp6/8/8/8/8/PPPP4/4KNNN w - -", {-40, 0}},
-             Case{"4knnn/pppp4/8/8/8/8/PP6/4K1NN w - -", {0, -40}},
-             Case{"4k1nn/p7/8/8/8/8/P7/4KR1N w - -", {-32, 0}},  // a rook for a knight: 200
-             Case{"4k1bn/p7/8/8/8/8/P7/4KR1N w - -", {0, 0}},    // for a bishop: 190
-             Case{"4kr1n/p7/8/8/8/8/P7/4K1NN b - -", {0, -32}},
-             Case{"4kr1n/p7/8/8/8/8/P7/4K1BN b - -", {0, 0}},
-             Case{"rnbqkbnr/pppppp2/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq -", {-112, 0}},
-         }) {
-        EXPECT_EQ(trace_of(fen).trade_down, penalty) << fen;
-    }
-}
-
-// Counts in the middlegame and the transition, when either colour has more than three pawns.
-TEST_F(Frame, Shelter) {
-    EXPECT_EQ(trace_of("qrnnk3/ppp5/8/8/8/8/PPP5/QRBBK3 w - -").shelter_material, (ColourPair{}));
-    EXPECT_EQ(trace_of("qrnnk3/ppp5/8/8/8/8/PPPP4/QRBBK3 w - -").shelter_material,
-              (ColourPair{2150, 2170}));
-    EXPECT_EQ(trace_of("qrnnk3/pppp4/8/8/8/8/PPP5/QRBBK3 w - -").shelter_material,
-              (ColourPair{2150, 2170}));
-    EXPECT_EQ(trace_of("rn2k3/pppp4/8/8/8/8/PPPP4/RN2K3 w - -").shelter_material, (ColourPair{}));
-}
-
-TEST_F(Frame, MixOfMiddlegameAndEndgame) {
-    EXPECT_EQ(trace_of(MIDDLEGAME).mix, 6660);
-    EXPECT_EQ(trace_of("rnbqkbnr/8/8/8/8/8/8/RNBQKBNQ w Qkq -").mix, 6660)
-        << "no more than at first";
-    EXPECT_EQ(trace_of(ENDGAME).mix, 1680);
 }
 
 // The table by the number of attacks, pawns in front of the king included; not in the endgame.
@@ -167,96 +172,45 @@ TEST_F(Frame, KingAttack) {
     for (std::size_t count = 0; count < table.size(); ++count) EXPECT_GT(seen[count], 0) << count;
 }
 
-// A pawn in front of the enemy king, on the two ranks before him and within two files, attacks
-// him: none from too far, nor beside the own king.
-TEST_F(Frame, StormingPawnsAttackTheKing) {
-    const auto attacks = [](const char* fen) {
-        trace_of(fen);
-        return white_eval.king_attack_count;
-    };
-    EXPECT_EQ(attacks("qrrn2k1/8/6P1/8/8/8/8/KRRQN3 w - -"), 1);
-    EXPECT_EQ(attacks("qrrn2k1/8/8/6P1/8/8/8/KRRQN3 w - -"), 0);
-    EXPECT_EQ(attacks("qrrn2k1/8/4P3/8/8/8/8/KRRQN3 w - -"), 1);
+const WeightGroup* group_named(const std::string& name) {
+    for (const WeightGroup& group : weight_groups) {
+        if (name == group.name) return &group;
+    }
+    return nullptr;
 }
 
-// ---------------------------------------------------------------------------
-// Opening
-// ---------------------------------------------------------------------------
+TEST_F(Frame, TermsAreCountedAsListed) {
+    const auto lines = data_lines("terms.txt");
+    ASSERT_GT(lines.size(), 60U);
+    for (const std::string& line : lines) {
+        SCOPED_TRACE(line);
+        const auto fields = fields_of(line);
+        std::istringstream words(fields[0]);
+        std::string name;
+        std::string sign;
+        int index = -1;
+        std::array<int, 2> counts{};
+        words >> name >> index >> counts[0] >> counts[1] >> sign;
+        const WeightGroup* group = group_named(name);
+        ASSERT_TRUE(group != nullptr && index >= 0 && index < group->size);
 
-// Each rule changes one thing in the initial position, whose pieces cost 65 undeveloped.
-TEST_F(Frame, OpeningTerms) {
-    struct Case {
-        const char* fen;
-        int white;
-    };
-    for (const auto& [fen, white] : {
-             Case{"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", -65},
-             // Castled: 20, and a step of development.
-             Case{"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w kq -", 20 - 50},
-             // Steps of development, to the full.
-             Case{"rnbqkbnr/pppppppp/8/8/8/N7/PPPPPPPP/R1BQKBNR w KQkq -", -50},
-             Case{"rnbqkbnr/pppppppp/8/8/8/N6N/PPPPPPPP/R1BQKB1R w KQkq -", -35},
-             Case{"rnbqkbnr/pppppppp/8/B7/8/N6N/PPPPPPPP/R2QKB1R w KQkq -", -20},
-             Case{"rnbqkbnr/pppppppp/8/BB6/8/N6N/PPPPPPPP/R2QK2R w KQkq -", -5},
-             Case{"rnbqkbnr/pppppppp/8/BB6/8/N6N/PPPPPPPP/R2QK2R w kq -", 20},
-             // A piece, own or not, before a centre pawn.
-             Case{"rnbqkbnr/pppppppp/8/8/8/3q4/PPPPPPPP/RNBQKBNR w KQkq -", -65 - 20},
-             Case{"rnbqkbnr/pppppppp/8/8/8/4R3/PPPPPPPP/1NBQKBNR w Kkq -", -65 - 20},
-             Case{"rnbqkbnr/pppppppp/8/8/8/3qR3/PPPPPPPP/1NBQKBNR w Kkq -", -65 - 40},
-             Case{"rnbqkbnr/pppppppp/8/8/3P4/3q4/PPP1PPPP/RNBQKBNR w KQkq -", -65 + 10},
-             // The knight before the c-pawn, with a pawn on d4; a pawn on d4 or e4.
-             Case{"rnbqkbnr/pppppppp/8/8/3P4/8/PPP1PPPP/RNBQKBNR w KQkq -", -65 + 10},
-             Case{"rnbqkbnr/pppppppp/8/8/3PP3/8/PPP2PPP/RNBQKBNR w KQkq -", -65 + 10},
-             Case{"rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR w KQkq -", -65 + 10},
-             Case{"rnbqkbnr/pppppppp/8/8/3P4/2N5/PPP1PPPP/R1BQKBNR w KQkq -", -50 + 10 - 20},
-             Case{"rnbqkbnr/pppppppp/8/8/8/2N5/PPPPPPPP/R1BQKBNR w KQkq -", -50},
-             Case{"rnbqkbnr/pppppppp/8/8/3P4/2N5/P1PPPPPP/R1BQKBNR w KQkq -", -50 + 10 - 20},
-             Case{"rnbqkbnr/pppppppp/8/8/2PP4/2N5/PP2PPPP/R1BQKBNR w KQkq -", -50 + 10},
-             // A pawn less with as many pieces.
-             Case{"rnbqkbnr/pppppppp/8/8/8/8/1PPPPPPP/RNBQKBNR w KQkq -", -65 - 40},
-             Case{"rnbqkb1r/pppppppp/8/8/8/8/1PPPPPPP/RNBQKBNR w KQkq -", -65},
-             Case{"rnbqkbnr/1ppppppp/8/8/8/8/1PPPPPPP/RNBQKBNR w KQkq -", -65},
-             // Fianchetto: the house whole, in part, without its roof, the diagonal shut.
-             Case{"rnbqkbnr/pppppppp/8/8/8/1P6/PBPPPPPP/RN1QKBNR w KQkq -", -50 + 16},
-             Case{"rnbqkbnr/pppppppp/8/8/8/6P1/PPPPPPBP/RNBQK1NR w KQkq -", -50 + 16},
-             Case{"rnbqkbnr/pppppppp/8/8/P7/1P6/1BPPPPPP/RN1QKBNR w KQkq -", -50 + 8},
-             Case{"rnbqkbnr/pppppppp/8/8/1P6/8/PBPPPPPP/RN1QKBNR w KQkq -", -50 - 10},
-             Case{"rnbqkbnr/pppppppp/8/8/8/1PP5/PB1PPPPP/RN1QKBNR w KQkq -", -50 + 8 - 20},
-             Case{"rnbqkbnr/pppppppp/8/8/8/5PP1/PPPPP1BP/RNBQK1NR w KQkq -", -50 + 8 - 20},
-         }) {
-        EXPECT_EQ(trace_of(fen).opening[0], white) << fen;
+        set_up(fields.at(1));
+        evaluate_traced();
+        EXPECT_TRUE(eval_trace.linear);
+        const auto weight = idx(group->first + index);
+        EXPECT_EQ(eval_trace.counts[0][weight], counts[0]);
+        EXPECT_EQ(eval_trace.counts[1][weight], counts[1]);
+        const int worth = middlegame_part(weights[weight]) + endgame_part(weights[weight]);
+        EXPECT_EQ(sign, sign == "." ? "." : worth > 0 ? "+" : worth < 0 ? "-" : "0");
     }
-    // The steps are kept for the terms of the queens.
-    trace_of("rnbqkbnr/pppppppp/8/BB6/8/N6N/PPPPPPPP/R2QK2R w kq -");
-    EXPECT_EQ(white_eval.development, 5);
-    EXPECT_EQ(black_eval.development, 0);
-    // Asked for as long as one side has more than 2169 of pieces; then both count as developed.
-    const auto asked = [](const char* fen) {
-        const bool skipped = trace_of(fen).opening == ColourPair{} && white_eval.development == 6;
-        EXPECT_EQ(skipped, black_eval.development == 6);
-        return !skipped;
-    };
-    EXPECT_TRUE(asked("qrbb2k1/8/8/8/8/8/8/1NBQ2K1 w - -"));
-    EXPECT_TRUE(asked("1nbq2k1/8/8/8/8/8/8/QRBB2K1 w - -"));
-    EXPECT_FALSE(asked("qrbn2k1/8/8/8/8/8/8/QRBN2K1 w - -"));
 }
 
-// A quarter of the score is left where neither side has a pawn and each has from a rook to a rook
-// and a bishop.
-TEST_F(Frame, DrawishPawnlessEndings) {
-    for (const auto& [fen, divisor] : {
-             std::pair{"r3k3/8/8/8/8/8/8/R3KB2 w - -", 4},
-             {"rb2k3/8/8/8/8/8/8/R3KB2 w - -", 4},
-             {"rb2k3/8/8/8/8/8/8/4KR2 w - -", 4},
-             {"r3k3/8/8/8/8/8/8/R3KB1N w - -", 1},
-             {"rn2k1b1/8/8/8/8/8/8/R3K3 w - -", 1},
-             {"r3k3/p7/8/8/8/8/8/R3KB2 w - -", 1},
-             {"n3k3/8/8/8/8/8/8/R3KB2 w - -", 1},
-             {"r3k3/8/8/8/8/8/8/2B1KB2 w - -", 4},
-         }) {
-        EXPECT_EQ(trace_of(fen).divisor, divisor) << fen;
-        EXPECT_EQ(evaluate_traced(), score_of_trace()) << fen;
-    }
+// Two rooks against a queen, beyond the band of drawish endings, are cut as a lead without pawns.
+TEST_F(Frame, PawnlessLeadsAreCut) {
+    set_up("3qk3/8/8/8/8/8/8/R3K2R w - -");
+    evaluate_traced();
+    EXPECT_EQ(eval_trace.divisor, 1);
+    EXPECT_LT(eval_trace.scale, FULL_SCALE);
 }
 
 }  // namespace

@@ -53,12 +53,4 @@ std::vector<Node> NodeLog::of(char kind, int ply) const {
     return found;
 }
 
-std::vector<int> NodeLog::move_depths() const {
-    std::vector<int> depths;
-    for (const Node& node : of('S', nodes.front().ply + 1)) {
-        if (node.allow_null) depths.push_back(node.depth);
-    }
-    return depths;
-}
-
 }  // namespace tarsimo::test

@@ -40,10 +40,6 @@ class NodeLog {
     /// Nodes of a kind at a ply, in order.
     std::vector<Node> of(char kind, int ply) const;
 
-    /// Depths at which the moves of the first node were searched, null move and special searches
-    /// left out; a move that was searched again appears again.
-    std::vector<int> move_depths() const;
-
   private:
     void take(const EnteredNode& entered);
 

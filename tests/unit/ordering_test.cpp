@@ -208,18 +208,6 @@ TEST_F(Ordering, HistoryAges) {
     EXPECT_EQ(history[2][A1][H8], 2);
 }
 
-TEST_F(Ordering, ExemptPawnMoves) {
-    for (const int pawn : {C7, D7, E7}) {
-        set_up("4k3/8/8/8/8/8/8/4K3 w - -");
-        EXPECT_TRUE(is_exempt_pawn_move(PAWN, WHITE, D6));
-        EXPECT_TRUE(is_exempt_pawn_move(PAWN, BLACK, A2));
-        EXPECT_FALSE(is_exempt_pawn_move(KNIGHT, WHITE, A7));
-        EXPECT_FALSE(is_exempt_pawn_move(PAWN, WHITE, A5));
-        board[idx(pawn)] = -PAWN;
-        EXPECT_FALSE(is_exempt_pawn_move(PAWN, WHITE, D6));
-    }
-}
-
 }  // namespace
 
 }  // namespace tarsimo::test

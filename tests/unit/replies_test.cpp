@@ -27,7 +27,7 @@ class Replies : public Engine {
         set_up(fen);
         fifty = 100;
         history_max = 1;
-        after_every_move([] { set_result(5000, BOUND_LOWER); });
+        after("all", [] { set_result(5000, BOUND_LOWER); });
         prepare();
         NodeLog log;
         search(INF, depth);
@@ -107,7 +107,7 @@ TEST_F(Replies, Results) {
     const auto search_scored = [](Search search, int beta) {
         set_up(START_FEN);
         history_max = 1800000;
-        after_every_move([] { set_evaluation(40); });
+        after("all", [] { set_evaluation(40); });
         after("b1c3", [] { set_evaluation(-20); });
         after("g1f3", [] { set_evaluation(-30); });
         after("h2h4", [] { set_evaluation(-30); });

@@ -3,11 +3,13 @@
 #include "node_log.h"
 
 #include <algorithm>
+#include <map>
 
 namespace tarsimo::test {
 
 namespace {
 
+constexpr const char* SEVEN_MOVES = "4k3/p7/8/8/8/8/7P/4K3 w - -";
 constexpr int BUDGET_MS = 1000;
 constexpr int FLYING = 1 << 20;  // milliseconds at each look at the clock
 
@@ -55,10 +57,41 @@ class Root : public Engine {
         return output_of([&wanted] { think(wanted); });
     }
     int iterations() const { return searched.empty() ? 0 : searched.back().iteration; }
+
+    void let_moves_be_worth(const std::map<std::string, int>& scores) {
+        score = [scores](const RootMove& move) {
+            return scores.contains(move.move) ? scores.at(move.move) : 0;
+        };
+    }
+
+    // How many iterations a think takes, after moves that are played first.
+    int iterations_of(const char* fen, int depth, const ThinkTask& wanted = {},
+                      const char* moves = "") {
+        set_up(fen);
+        play(moves);
+        max_depth = depth;
+        think_aloud(true, wanted);
+        return iterations();
+    }
+
+    // One iteration over the root moves of SEVEN_MOVES; `said` is what was printed.
+    Iteration iterate(const RootTask& task, int depth = 1, int last_score = NO_SCORE) {
+        set_up(SEVEN_MOVES);
+        searched.clear();
+        begin_root_search(task);
+        root.iteration_depth = depth;
+        root.lines[0].score = last_score;
+        Iteration end{};
+        said = output_of([&end] { end = search_root_moves(); });
+        return end;
+    }
+    std::string said;
+
     static std::string last_move() {
         const HistoryEntry& record = history_entry(game_ply - 1);
         return square_name(record.from) + square_name(record.to);
     }
+    static std::string root_move(int index) { return coordinate_name(move_at(index)); }
     static void set_elapsed(int ms) { now_ms = search_start_ms + ms; }
 
   private:
@@ -94,54 +127,30 @@ class Root : public Engine {
     }
 };
 
-constexpr const char* SEVEN_MOVES = "4k3/p7/8/8/8/8/7P/4K3 w - -";
-
-// ---------------------------------------------------------------------------
-// When thinking ends
-// ---------------------------------------------------------------------------
-
 TEST_F(Root, IterationsEndByDepth) {
-    const auto iterations_of = [this](const char* fen, int depth) {
-        set_up(fen);
-        max_depth = depth;
-        think_aloud();
-        return iterations();
-    };
     EXPECT_EQ(iterations_of(SEVEN_MOVES, 7), 7);
     EXPECT_EQ(iterations_of(SEVEN_MOVES, 200), 127);
     EXPECT_EQ(iterations_of(SEVEN_MOVES, 0), 0);
     EXPECT_EQ(last_move(), "e1f1") << "a legal move all the same";
-    EXPECT_EQ(iterations_of("k7/8/8/8/8/8/1r6/K7 w - -", 0), 0);
+    constexpr const char* single_move = "k7/8/8/8/8/8/1r6/K7 w - -";
+    EXPECT_EQ(iterations_of(single_move, 0), 0);
     EXPECT_EQ(last_move(), "a1b2") << "though it does not stand first in the list";
-    EXPECT_EQ(iterations_of("k7/8/8/8/8/8/1r6/K7 w - -", 60), 4) << "a single legal move";
-    set_up("k7/8/8/8/8/8/1r6/K7 w - -");
-    max_depth = 6;
-    think_aloud(true, {.root = {}, .ends_early = false});
-    EXPECT_EQ(iterations(), 6);
-
-    // A score that the task calls good enough ends thinking: a draw is worth 0.
-    for (const int good_enough : {0, 1}) {
-        set_up(SEVEN_MOVES);
-        max_depth = 5;
-        think_aloud(true, {.root = {}, .good_enough = good_enough});
-        EXPECT_EQ(iterations(), good_enough == 0 ? 1 : 5);
-    }
+    EXPECT_EQ(iterations_of(single_move, 60), 4);
+    EXPECT_EQ(iterations_of(single_move, 6, {.root = {}, .ends_early = false}), 6);
+    // Good enough; a draw is worth 0.
+    EXPECT_EQ(iterations_of(SEVEN_MOVES, 5, {.root = {}, .good_enough = 0}), 1);
+    EXPECT_EQ(iterations_of(SEVEN_MOVES, 5, {.root = {}, .good_enough = 1}), 5);
 }
 
 // A new iteration begins before 60 percent of the budget are gone.
 TEST_F(Root, IterationsEndByTime) {
     for (const int elapsed : {599, 600}) {
-        set_up(SEVEN_MOVES);
-        max_depth = 12;
         on_iteration = [elapsed](int iteration) {
             if (iteration == 6) set_elapsed(elapsed);
         };
-        think_aloud();
-        EXPECT_EQ(iterations(), elapsed == 599 ? 12 : 6);
-        set_up(SEVEN_MOVES);
-        max_depth = 12;
-        think_aloud(true, {.root = {}, .uses_whole_budget = true});
-        EXPECT_EQ(iterations(), 12) << "time that cannot be kept for later is used";
+        EXPECT_EQ(iterations_of(SEVEN_MOVES, 12), elapsed == 599 ? 12 : 6);
+        EXPECT_EQ(iterations_of(SEVEN_MOVES, 12, {.root = {}, .uses_whole_budget = true}), 12)
+            << "time that cannot be kept for later is used";
     }
 }
 
@@ -149,15 +158,12 @@ TEST_F(Root, IterationsEndByTime) {
 // next one.
 TEST_F(Root, UnstableBestMoveGetsMoreTime) {
     const auto iterations_when = [this](int iteration, Verdict second, int elapsed) {
-        set_up(SEVEN_MOVES);
         verdict = [=](const RootMove& move) {
             if (move.iteration != iteration) return Verdict::DRAW;
             return move.number == 1 ? Verdict::LOST : move.number == 2 ? second : Verdict::DRAW;
         };
         on_iteration = [=](int begun) { set_elapsed(begun < iteration ? 0 : elapsed); };
-        max_depth = 12;
-        think_aloud();
-        return iterations();
+        return iterations_of(SEVEN_MOVES, 12);
     };
     EXPECT_EQ(iterations_when(8, Verdict::LOST_LATER, 600), 9);
     EXPECT_EQ(iterations_when(8, Verdict::LOST_LATER, BUDGET_MS), 9);
@@ -170,40 +176,40 @@ TEST_F(Root, UnstableBestMoveGetsMoreTime) {
 // else was best since the third.
 TEST_F(Root, ObviousRecapture) {
     constexpr const char* rook_takes_rook = "1r5k/7p/8/8/8/8/1R5P/K1B5 b - -";
-    const auto iterations_after = [this](const char* fen, int elapsed, int other_best_in = 0,
-                                         bool analysis = false) {
-        set_up(fen);
-        play("b8b2");
-        verdict = [=](const RootMove& move) {
-            const bool lost = move.iteration == other_best_in && move.number == 1;
+    struct Case {
+        const char* fen;
+        int elapsed;
+        int other_best_in;  // an iteration, or 0
+        int iterations;
+        const char* move = "";
+    };
+    for (const Case& c : {
+             Case{rook_takes_rook, 125, 0, 10, "a1b2"}, Case{rook_takes_rook, 124, 0, 12},
+             Case{rook_takes_rook, 125, 3, 10, "c1b2"},  // an early change; it takes back as well
+             Case{rook_takes_rook, 125, 4, 12},
+             Case{"1r5k/7p/8/8/8/8/1B5P/K1B5 b - -", 125, 0, 12},  // took a bishop
+             Case{"1r5k/7p/8/8/8/8/7P/K1B5 b - -", 125, 0, 12},    // took nothing
+         }) {
+        verdict = [c](const RootMove& move) {
+            const bool lost = move.iteration == c.other_best_in && move.number == 1;
             return lost ? Verdict::LOST : Verdict::DRAW;
         };
-        on_iteration = [elapsed](int) { set_elapsed(elapsed); };
-        max_depth = 12;
-        analyze_mode = analysis;
-        think_aloud();
-        analyze_mode = false;
-        return iterations();
-    };
-    EXPECT_EQ(iterations_after(rook_takes_rook, 125), 10);
-    EXPECT_EQ(last_move(), "a1b2");
-    EXPECT_EQ(iterations_after(rook_takes_rook, 124), 12);
-    EXPECT_EQ(iterations_after(rook_takes_rook, 125, 3), 10) << "an early change";
-    EXPECT_EQ(last_move(), "c1b2") << "takes back as well";
-    EXPECT_EQ(iterations_after(rook_takes_rook, 125, 4), 12);
-    EXPECT_EQ(iterations_after(rook_takes_rook, 125, 0, true), 12) << "in analysis";
-    EXPECT_EQ(iterations_after("1r5k/7p/8/8/8/8/1B5P/K1B5 b - -", 125), 12) << "took a bishop";
-    EXPECT_EQ(iterations_after("1r5k/7p/8/8/8/8/7P/K1B5 b - -", 125), 12) << "took nothing";
-    score = [](const RootMove& move) { return move.move == "c3d4" ? 40 : 0; };
-    for (const bool rooks : {false, true}) {
-        set_up(rooks ? "3r3k/7p/8/8/3R4/2K5/7P/8 b - -" : "7k/b6p/8/8/3B4/2K5/7P/8 b - -");
-        play(rooks ? "d8d4" : "a7d4");
-        max_depth = 12;
-        think_aloud();
-        EXPECT_EQ(last_move(), "c3d4");
-        EXPECT_EQ(iterations(), rooks ? 10 : 12) << "bishops are not enough";
+        on_iteration = [c](int) { set_elapsed(c.elapsed); };
+        EXPECT_EQ(iterations_of(c.fen, 12, {}, "b8b2"), c.iterations) << c.fen << c.elapsed;
+        if (*c.move != 0) { EXPECT_EQ(last_move(), c.move); }
     }
-    // Neither a search on the opponent's time nor a task that wants more ends so.
+    let_moves_be_worth({{"c3d4", 40}});
+    EXPECT_EQ(iterations_of("3r3k/7p/8/8/3R4/2K5/7P/8 b - -", 12, {}, "d8d4"), 10);
+    EXPECT_EQ(iterations_of("7k/b6p/8/8/3B4/2K5/7P/8 b - -", 12, {}, "a7d4"), 12)
+        << "bishops are not enough";
+    EXPECT_EQ(last_move(), "c3d4");
+
+    // Neither analysis, nor a task that wants more, nor a search on the opponent's time ends so.
+    let_moves_be_worth({});
+    EXPECT_EQ(iterations_of(rook_takes_rook, 12, {.root = {}, .ends_early = false}, "b8b2"), 12);
+    analyze_mode = true;
+    EXPECT_EQ(iterations_of(rook_takes_rook, 12, {}, "b8b2"), 12);
+    analyze_mode = false;
     set_up(rook_takes_rook);
     play("b8b2");
     max_depth = 12;
@@ -211,28 +217,17 @@ TEST_F(Root, ObviousRecapture) {
     dialogue.input_waiting = [] { return false; };
     output_of(ponder_on);
     EXPECT_EQ(iterations(), 12);
-    set_up(rook_takes_rook);
-    play("b8b2");
-    max_depth = 12;
-    think_aloud(true, {.root = {}, .ends_early = false});
-    EXPECT_EQ(iterations(), 12);
 }
-
-// ---------------------------------------------------------------------------
-// Bounds of an iteration
-// ---------------------------------------------------------------------------
 
 // The lower bound is the last score less 40; when the first move misses it, that move is searched
 // again with the bound open. The others must beat the best.
 TEST_F(Root, LowerBound) {
     using Betas = std::vector<int>;
     const auto betas_of_second = [this](int first_score, int second_score) {
-        set_up(SEVEN_MOVES);
         score = [=](const RootMove& move) {
             return move.iteration == 1 ? first_score : move.number == 1 ? second_score : -300;
         };
-        max_depth = 2;
-        think_aloud();
+        iterations_of(SEVEN_MOVES, 2);
         Betas betas;
         std::string firsts;
         for (const RootMove& move : searched) {
@@ -264,10 +259,8 @@ TEST_F(Root, LowerBound) {
     EXPECT_EQ(fallen, (std::vector<int>{-15}));
 
     // The bound stays within what can be a score.
-    set_up(SEVEN_MOVES);
     verdict = [](const RootMove&) { return Verdict::LOST; };
-    max_depth = 4;
-    think_aloud();
+    iterations_of(SEVEN_MOVES, 4);
     for (const RootMove& move : searched) {
         if (move.iteration < 4) continue;
         EXPECT_EQ(move.beta, move.number == 1 ? 32000 : 31998);
@@ -276,12 +269,8 @@ TEST_F(Root, LowerBound) {
 
 // The best move stands first from the moment that it is found.
 TEST_F(Root, BestMoveComesFirst) {
-    set_up(SEVEN_MOVES);
-    score = [](const RootMove& move) {
-        return move.move == "h2h4" ? 30 : move.move == "e1d1" ? 20 : 0;
-    };
-    max_depth = 2;
-    think_aloud();
+    let_moves_be_worth({{"h2h4", 30}, {"e1d1", 20}});
+    iterations_of(SEVEN_MOVES, 2);
     std::string order;
     for (const RootMove& move : searched) {
         if (move.iteration == 2 && move.number <= 3) order += move.move + " ";
@@ -294,17 +283,12 @@ TEST_F(Root, BestMoveComesFirst) {
 
 // Each line has its own best move; only moves that were asked for are searched.
 TEST_F(Root, LinesAndMovesAskedFor) {
-    set_up(SEVEN_MOVES);
-    score = [](const RootMove& move) {
-        return move.move == "h2h4" ? 30 : move.move == "e1f1" ? 20 : move.move == "e1d1" ? 40 : 0;
-    };
-    begin_root_search({.lines = 2, .among = {{E1, F1, 0}, {H2, H3, 0}, {H2, H4, 0}}});
+    let_moves_be_worth({{"h2h4", 30}, {"e1f1", 20}, {"e1d1", 40}});
+    iterate({.lines = 2, .among = {{E1, F1, 0}, {H2, H3, 0}, {H2, H4, 0}}});
     EXPECT_EQ(root.legal_moves, 3);
-    root.iteration_depth = 1;
-    output_of([] { search_root_moves(); });
     EXPECT_EQ(root.lines[0].score, 30);
     EXPECT_EQ(root.lines[1].score, 20);
-    EXPECT_EQ(coordinate_name(move_at(0)) + coordinate_name(move_at(1)), "h2h4e1f1");
+    EXPECT_EQ(root_move(0) + root_move(1), "h2h4e1f1");
     EXPECT_EQ(
         std::count_if(searched.begin(), searched.end(), [](auto& move) { return move.first; }), 1)
         << "the first move of a later line is not the first root move";
@@ -312,41 +296,29 @@ TEST_F(Root, LinesAndMovesAskedFor) {
 
 // What the clock asks about the best move is not said by a change within a later line.
 TEST_F(Root, OnlyTheFirstLineHasTheBestMove) {
-    const auto search_with_lost = [this](const std::string& lost) {
-        set_up(SEVEN_MOVES);
+    for (const char* lost : {"e1d1", "e1f1"}) {
         verdict = [lost](const RootMove& move) {
             return move.move == lost ? Verdict::LOST : Verdict::DRAW;
         };
-        begin_root_search({.lines = 2, .among = {}});
-        root.iteration_depth = 4;
-        output_of([] { search_root_moves(); });
-    };
-    search_with_lost("e1d1");
-    EXPECT_EQ(root.best_move_changes[4], 0);
-    EXPECT_TRUE(root.best_move_stable);
-    search_with_lost("e1f1");
-    EXPECT_EQ(root.best_move_changes[4], 1);
-    EXPECT_FALSE(root.best_move_stable);
+        iterate({.lines = 2, .among = {}}, 4);
+        const bool in_first_line = std::string(lost) == "e1f1";
+        EXPECT_EQ(root.best_move_changes[4], in_first_line ? 1 : 0);
+        EXPECT_EQ(root.best_move_stable, !in_first_line);
+    }
 }
 
 // The lines end in the order of their scores, equal ones as they were found.
 TEST_F(Root, LinesAreSorted) {
-    const auto moves_when_second_is = [this](int second) {
-        set_up(SEVEN_MOVES);
+    for (const int second : {30, 0, -5}) {
         score = [second](const RootMove& move) {
             if (root.line == 1) return move.move == "h2h4" ? second : -50;
             return move.move == "e1f1" ? 0 : -10;
         };
-        begin_root_search({.lines = 2, .among = {}});
-        root.iteration_depth = 1;
-        output_of([] { search_root_moves(); });
+        iterate({.lines = 2, .among = {}});
         EXPECT_EQ(root.lines[0].score, std::max(second, 0));
         EXPECT_EQ(root.lines[1].score, std::min(second, 0));
-        return coordinate_name(move_at(0)) + coordinate_name(move_at(1));
-    };
-    EXPECT_EQ(moves_when_second_is(30), "h2h4e1f1");
-    EXPECT_EQ(moves_when_second_is(0), "e1f1h2h4");
-    EXPECT_EQ(moves_when_second_is(-5), "e1f1h2h4");
+        EXPECT_EQ(root_move(0) + root_move(1), second > 0 ? "h2h4e1f1" : "e1f1h2h4");
+    }
 }
 
 // An en-passant capture stands in the list once for every own pawn, and is one line.
@@ -355,7 +327,7 @@ TEST_F(Root, LinesAreDifferentMoves) {
     begin_root_search({.lines = 2, .among = {}});
     int captures = 0;
     for (int i = 0; i < list_start(1); ++i) {
-        if (move_at(i).score != PICKED && coordinate_name(move_at(i)) == "e5d6") ++captures;
+        if (move_at(i).score != PICKED && root_move(i) == "e5d6") ++captures;
     }
     EXPECT_EQ(captures, 1);
 }
@@ -368,53 +340,41 @@ TEST_F(Root, LinesAndChoicesAreMovesAskedFor) {
     EXPECT_FALSE(choose_root_move(0, D2)) << "not asked for";
     EXPECT_EQ(root.best_score(), NO_SCORE);
     EXPECT_TRUE(choose_root_move(0, H3));
-    EXPECT_EQ(coordinate_name(move_at(0)), "h2h3");
+    EXPECT_EQ(root_move(0), "h2h3");
     EXPECT_EQ(root.best_score(), 0);
 
     set_up("4k3/8/8/8/8/8/8/N3KN2 w - -");
     for (const char* knight : {"f1d2", "e1d2"}) {
         begin_root_search();
         EXPECT_TRUE(choose_root_move(knight[0] == 'f' ? F1 : E1, D2));
-        EXPECT_EQ(coordinate_name(move_at(0)), knight);
+        EXPECT_EQ(root_move(0), knight);
     }
 }
 
 // From the ninth iteration on a score like that of a mate is enough.
 TEST_F(Root, MateInHand) {
-    struct Case {
-        int score, depth;
-        bool ends;
-        bool goes_on = false;
+    const auto ends = [this](int last_score, int depth, bool goes_on = false) {
+        const Iteration end =
+            iterate({.lines = 1, .among = {}, .goes_on_after_mate = goes_on}, depth, last_score);
+        const bool mate_found = end == Iteration::MATE_FOUND;
+        EXPECT_EQ(said.find("  319.00  ") != said.npos, mate_found) << "it is told once more";
+        EXPECT_EQ(searched.empty(), mate_found);
+        return mate_found;
     };
-    for (const auto& [last_score, depth, ends, goes_on] :
-         {Case{31900, 9, true}, Case{31899, 9, false}, Case{31900, 8, false},
-          Case{31900, 9, false, true}}) {
-        set_up(SEVEN_MOVES);
-        searched.clear();
-        begin_root_search({.lines = 1, .among = {}, .goes_on_after_mate = goes_on});
-        root.iteration_depth = depth;
-        root.lines[0].score = last_score;
-        Iteration end{};
-        const std::string output = output_of([&end] { end = search_root_moves(); });
-        EXPECT_EQ(end, ends ? Iteration::MATE_FOUND : Iteration::COMPLETE);
-        EXPECT_EQ(output.find("  319.00  ") != output.npos, ends) << "it is told once more";
-        EXPECT_EQ(searched.empty(), ends) << last_score << " " << depth;
-    }
+    EXPECT_TRUE(ends(31900, 9));
+    EXPECT_FALSE(ends(31899, 9));
+    EXPECT_FALSE(ends(31900, 8));
+    EXPECT_FALSE(ends(31900, 9, true));
 }
 
 // A root move that was beating the best when the search was stopped is put to the reply search.
 TEST_F(Root, VerificationAfterAStop) {
-    struct Outcome {
-        std::size_t searches;  // in the second iteration, of two root moves
-        std::string move;
-        bool operator==(const Outcome&) const = default;
-    };
+    // Searches in the second iteration, of two root moves, and the move played.
+    using Outcome = std::pair<std::size_t, std::string>;
     // Stop at a reply to a root move of the second iteration; the second root move is worth so
     // much, and so much when it is verified.
     const auto outcome = [this](int stop_move, int stop_reply, int worth, int verified,
                                 bool requested = false, bool stop_again = false) {
-        set_up(SEVEN_MOVES);
-        max_depth = 3;
         int replies = 0;
         const auto searches = [this] {
             return std::count_if(searched.begin(), searched.end(),
@@ -437,7 +397,7 @@ TEST_F(Root, VerificationAfterAStop) {
             }
             return now;
         };
-        think_aloud();
+        iterations_of(SEVEN_MOVES, 3);
         stop_test_enabled = false;
         return Outcome{static_cast<std::size_t>(searches()), last_move()};
     };
@@ -450,10 +410,6 @@ TEST_F(Root, VerificationAfterAStop) {
     EXPECT_EQ(outcome(1, 2, 50, 60), (Outcome{1, "e1f1"})) << "the first move";
 }
 
-// ---------------------------------------------------------------------------
-// What is said
-// ---------------------------------------------------------------------------
-
 TEST_F(Root, ThinkingLines) {
     set_up(SEVEN_MOVES);
     max_depth = 7;
@@ -463,17 +419,15 @@ TEST_F(Root, ThinkingLines) {
     EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), 3) << "two lines and the move";
 
     // A mate is told at once, and ends thinking.
-    set_up("6k1/5ppp/8/8/8/8/5PPP/R5K1 w - -");
-    EXPECT_EQ(think_aloud().substr(0, 9), "1  31998 ");
-    EXPECT_EQ(iterations(), 1);
-    EXPECT_EQ(searched.size(), 12U) << "no root move after a1a8";
-    set_up("6k1/5ppp/8/8/8/8/5PPP/R5K1 w - -");
-    searched.clear();
-    begin_root_search({.lines = 1, .among = {}, .goes_on_after_mate = true});
-    root.iteration_depth = 1;
-    output_of([] { EXPECT_EQ(search_root_moves(), Iteration::COMPLETE); });
+    for (const bool goes_on : {false, true}) {
+        set_up("6k1/5ppp/8/8/8/8/5PPP/R5K1 w - -");
+        max_depth = goes_on ? 1 : 7;
+        const RootTask task = {.lines = 1, .among = {}, .goes_on_after_mate = goes_on};
+        EXPECT_EQ(think_aloud(true, {.root = task}).substr(0, 9), "1  31998 ");
+        EXPECT_EQ(iterations(), 1);
+        EXPECT_EQ(searched.size() == 12, !goes_on) << "no root move after a1a8";
+    }
     EXPECT_EQ(searched.size(), idx(root.legal_moves));
-    EXPECT_GT(searched.size(), 12U);
 }
 
 TEST_F(Root, AnnouncedMates) {
@@ -495,7 +449,7 @@ TEST_F(Root, AnnouncedMates) {
 }
 
 TEST_F(Root, EndOfTheGame) {
-    const auto said = [this](const char* fen, bool xboard) {
+    const auto said_of = [this](const char* fen, bool xboard) {
         set_up(fen);
         const std::string output = think_aloud(xboard);
         EXPECT_EQ(game_ply, 0);
@@ -503,23 +457,19 @@ TEST_F(Root, EndOfTheGame) {
     };
     constexpr const char* mated = "R5k1/5ppp/8/8/8/8/8/6K1 b - -";
     constexpr const char* stalemated = "k7/2Q5/8/8/8/8/8/K7 b - -";
-    EXPECT_EQ(said(mated, false), "\n MATE!!...\n");
-    EXPECT_EQ(said(mated, true), "");
-    EXPECT_EQ(said(stalemated, false), "\n TABLAS AHOGADO!!...\n");
-    EXPECT_EQ(said(stalemated, true), "1/2-1/2 {Stalemate}\n");
+    EXPECT_EQ(said_of(mated, false), "\n MATE!!...\n");
+    EXPECT_EQ(said_of(mated, true), "");
+    EXPECT_EQ(said_of(stalemated, false), "\n TABLAS AHOGADO!!...\n");
+    EXPECT_EQ(said_of(stalemated, true), "1/2-1/2 {Stalemate}\n");
 }
 
-// ---------------------------------------------------------------------------
-// Before and after the search
-// ---------------------------------------------------------------------------
-
 TEST_F(Root, OpeningReplies) {
-    const auto reply = [this](const char* moves) {
+    const auto reply = [this](const char* moves, const ThinkTask& wanted = {}) {
         init_engine();
         max_depth = 1;
         play(moves);
-        think_aloud();
-        return last_move() + (iterations() == 0 ? "" : " searched");
+        think_aloud(true, wanted);
+        return iterations() == 0 ? last_move() : "searched";
     };
     EXPECT_EQ(reply(""), "d2d4");
     EXPECT_EQ(reply("d2d4"), "g8f6");
@@ -527,23 +477,17 @@ TEST_F(Root, OpeningReplies) {
     EXPECT_EQ(reply("g1f3"), "d7d5");
     EXPECT_EQ(reply("f2f3"), "e7e5");
     EXPECT_EQ(reply("e2e4"), "e7e5");
-    EXPECT_NE(reply("e2e4 e7e5").find("searched"), std::string::npos);
-    EXPECT_NE(reply("e2e4 a7a6 d2d4").find("searched"), std::string::npos);
-    init_engine();
-    max_depth = 1;
-    think_aloud(true, {.root = {}, .fixed_replies = false});
-    EXPECT_EQ(iterations(), 1) << "no fixed replies in this task";
-    init_engine();
-    max_depth = 1;
-    test_mode = true;
-    think_aloud();
-    EXPECT_EQ(iterations(), 1);
-    init_engine();
-    max_depth = 1;
-    analyze_mode = true;
-    think_aloud();
-    EXPECT_EQ(iterations(), 1);
-    EXPECT_EQ(game_ply, 0) << "analysis plays nothing";
+    EXPECT_EQ(reply("e2e4 e7e5"), "searched");
+    EXPECT_EQ(reply("e2e4 a7a6 d2d4"), "searched");
+    EXPECT_EQ(reply("", {.root = {}, .fixed_replies = false}), "searched");
+    for (bool* mode : {&test_mode, &analyze_mode}) {
+        init_engine();
+        max_depth = 1;
+        *mode = true;
+        think_aloud();
+        EXPECT_EQ(iterations(), 1);
+        EXPECT_EQ(game_ply, mode == &test_mode ? 1 : 0) << "analysis plays nothing";
+    }
 }
 
 // With at least three moves left to the time control the engine thinks on, in a generation of the

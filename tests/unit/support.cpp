@@ -2,6 +2,7 @@
 #include "support.h"
 
 #include "control/notation.h"
+#include "tools/measure/tree_commands.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -117,6 +118,12 @@ std::vector<std::string> data_lines(const std::string& file) {
     return lines;
 }
 
+std::vector<std::string> fields_of(const std::string& line) {
+    std::vector<std::string> fields = tree::split(line, ';');
+    for (std::string& field : fields) field = tree::trimmed(field);
+    return fields;
+}
+
 void start_clock_ago(int elapsed) {
     search_start_ms =
         static_cast<int>(static_cast<unsigned>(now_ms) - static_cast<unsigned>(elapsed));
@@ -139,15 +146,17 @@ void set_hash_move(const std::string& name) {
 }
 
 void after(const std::string& name, const std::function<void()>& function) {
+    if (name == "all") return for_each_legal_move([&](int) { function(); });
+    if (name == "pass") {
+        const int ep_square_before = make_null_move();
+        function();
+        return unmake_null_move(ep_square_before);
+    }
     const int index = index_of_move(name);
     ASSERT_GE(index, 0) << "no move " << name;
     make_move(index);
     function();
     unmake_move();
-}
-
-void after_every_move(const std::function<void()>& function) {
-    for_each_legal_move([&](int) { function(); });
 }
 
 void begin_at_ply(int ply) {

@@ -91,6 +91,9 @@ int visit_random_positions(int games, int plies, const std::function<void()>& vi
 /// Lines of a data file that are neither empty nor comments.
 std::vector<std::string> data_lines(const std::string& file);
 
+/// Fields of a line, which semicolons separate, without blanks around them.
+std::vector<std::string> fields_of(const std::string& line);
+
 /// The tests' own clock: what clock_ms() answers, and by how much each reading moves it on.
 extern int now_ms;
 extern int tick_ms;
@@ -110,9 +113,9 @@ void set_result(int score, int bound = BOUND_EXACT);
 /// Let a move of the position be the table's move, from a search too shallow for anything else.
 void set_hash_move(const std::string& name);
 
-/// Call a function in the position after a move, or after each legal move in turn.
+/// Call a function in the position after a move, after "all" legal moves in turn, or after a
+/// "pass".
 void after(const std::string& name, const std::function<void()>& function);
-void after_every_move(const std::function<void()>& function);
 
 /// Let the next search begin at a ply, without moves before it.
 void begin_at_ply(int ply);
