@@ -2,6 +2,11 @@
 // that are no data lines.
 #include "support.h"
 
+#include "control/input.h"
+#include "control/uci.h"
+
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -47,6 +52,25 @@ TEST_F(Control, FreshGameFromAPosition) {
     set_up("QQQQkQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQKQQQ w");
     EXPECT_EQ(white_pieces, 62);
     search(-INF, INF, 4, NullMove::YES, false);
+}
+
+// A stream of lines must not keep a UCI search from looking at the clock: a stop test reads some of
+// what waits.
+TEST_F(Control, StopTestReadsABoundedNumberOfLines) {
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe(ends.data()), 0);
+    const std::string lines(4000, '\n');
+    ASSERT_EQ(write(ends[1], lines.data(), lines.size()), 4000);
+    const int input = dup(STDIN_FILENO);
+    dup2(ends[0], STDIN_FILENO);
+    restart_input();
+    accept_long_lines();
+    int tests = 0;
+    for (; line_waiting(); ++tests) EXPECT_FALSE(uci_stops_search());
+    EXPECT_GE(tests, 4);
+    restart_input();
+    dup2(input, STDIN_FILENO);
+    for (const int end : {ends[0], ends[1], input}) close(end);
 }
 
 TEST_F(Control, StatisticsBlock) {
