@@ -43,8 +43,8 @@ def test_the_list_of_tools_is_whole():
     names = {path.name for path in PROGRAMS + SCRIPTS}
     assert names >= {"tarsimo-perft", "tarsimo-bench", "tarsimo-mates", "tarsimo-match",
                      "tarsimo-san", "tarsimo-tree", "tarsimo-trace", "tarsimo-tune",
-                     "tarsimo-selfplay", "tarsimo-positions", "tarsimo-margins", "analyse", "soak",
-                     "plot-figures", "plot-errors", "second-opinion", "run"}
+                     "tarsimo-selfplay", "tarsimo-positions", "tarsimo-margins", "analyse",
+                     "combinations", "soak", "plot-figures", "plot-errors", "second-opinion", "run"}
 
 
 @pytest.mark.parametrize("tool", PROGRAMS + SCRIPTS, ids=lambda path: path.name)
@@ -223,14 +223,30 @@ def test_a_full_output_is_no_success(tmp_path, command):
 
 def test_soak_without_an_engine(tmp_path):
     text = write_script(tmp_path / "text", "no program")
-    for mode in "traffic", "load":
+    for mode in "traffic", "uci", "load":
         for engine in tmp_path / "missing", tmp_path, text:
             _, complaint = run(SOAK, mode, 5, engine, status=2)
             assert_is_sentence(complaint)
             assert f"cannot run {engine}" in complaint
 
 
-@pytest.mark.parametrize("mode", ["traffic", "load"])
+def test_soak_finds_no_fault_by_uci():
+    output, _ = run(SOAK, "uci", 3, UCI_ENGINE)
+    assert "without a fault" in output
+    assert re.search(r"^stop: \d+ times; .* worst [\d.]+$", output, re.M)
+
+
+def test_random_combinations():
+    """Of what the programs do, their surroundings, what arrives and what interrupts them."""
+    output, _ = run(REPOSITORY / "tools/combinations", 40, 1, SANITIZED, timeout=600)
+    assert output.startswith("40 of") and output.endswith(" 0 failed\n")
+
+
+def test_combinations_without_programs(tmp_path):
+    assert_is_sentence(run(REPOSITORY / "tools/combinations", 1, 1, tmp_path, status=2)[1])
+
+
+@pytest.mark.parametrize("mode", ["traffic", "uci", "load"])
 def test_soak_with_an_engine_that_dies(tmp_path, mode):
     """The fault is told, with the talk, and no busy process stays."""
     engine = write_script(tmp_path / "engine", "#!/bin/sh\nexit 3\n")
