@@ -343,7 +343,9 @@ bool hear(std::string line) {
     if (kept_lines.size() < MAX_KEPT_LINES || command->timing == Timing::ENDS_SEARCH) {
         kept_lines.push_back(line);
     }
-    return command->timing == Timing::ENDS_SEARCH;
+    if (command->timing != Timing::ENDS_SEARCH) return false;
+    owes_no_move = false;
+    return true;
 }
 
 // False at the end of the input.
