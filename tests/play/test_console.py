@@ -28,6 +28,33 @@ HELP = (" " * 49 + """
 
 REPORT = re.compile(r"\n\n  Mi jugada: .*\n\n(?:  .*\n)+\n  Crono = \d+ seg, Pos/Seg = \d+\n")
 
+SUITE = [
+    ("\n\n LCT mov Cd5-f6+ ", "2b1r1k1/r4ppp/p7/2pNP3/4Q3/q6P/2P2PP1/3RR1K1"),
+    ("\n\n LCT mov  Af4xh6 ", "rq2rbk1/6p1/p2p2Pp/1p1Rn3/4PB2/6Q1/PPP1B3/2K3R1"),
+    ("\n\n TEST MODULAR 12, (Elio Marsan)   mov = Ab4!  ev > 1.0 ",
+     "2r2r1k/1bb1q1pp/1np5/pp2n2P/5N1N/P7/1P3PP1/K1Q1BBRR"),
+    ("\n\n ULTRAFRONTERA 1 (JT Olmo.Prado) mov = Ab1-a2, para llevar el Rey a a6 ",
+     "k7/B7/1P6/1P2np2/1P1p1p2/1Pp2p1p/2P4p/1BK4B"),
+    ("\n\n ULTRAFRONTERA 2 (JT Olmo.Prado)  mov = Rg8-f8, ev optima Mate ",
+     "6k1/4p1p1/1p2P1P1/1P2p3/1p2P3/1P2p1p1/4P1P1/5BK1"),
+    ("\n\n ULTRAFRONTERA 3 (JT Olmo.Prado)  mov = Dh2-h3 ",
+     "4k3/8/p7/Pp3p1p/1Pp1pPpP/2PpP1P1/3P1KNQ/R3BNRB"),
+    ("\n\n ULTRAFRONTERA 3 (JT Olmo.Prado)  Un mov de Rey, ev optima 0.0 ",
+     "8/4kb1r/2p3p1/rpPp1pPp/pP1PpP1P/P3P3/2K5/8"),
+    ("\n\n TEST MODULAR 6,(Elio Marsan) Mate en 11     mov Af1-b5!    ",
+     "k7/Pp1p4/1K2p3/5p1p/6pP/8/8/5B2"),
+    ("\n\n Fuente ??, mate-10 ,  mov = De2-h5+!! ",
+     "2qbr1n1/3b1kp1/2pBpn1p/1p2PP2/p2P4/1BP5/P3Q1PP/4RRK1"),
+    ("\n\n TEST MODULAR 8, (Elio Marsan) mov = Tf6-f8!!, ev mate en 7 ",
+     "8/7r/5Rp1/6p1/5pPk/5P1p/5P1K/8"),
+    ("\n\n TEST MODULAR 4, (Elio Marsan)    mov = De3-h6+!!, ev mate ",
+     "r1b2r2/3pNpkp/3pn1p1/2pN3P/2PnP3/q3QP2/4BKP1/1R5R"),
+    ("\n\n COMPOSICION PROPIA, mov = Th2xh7, ev optima mate  ",
+     "3r1bk1/6pp/3p1pP1/3pp3/8/1K1Pp3/PPP4R/5bR1"),
+    ("\n\n LCT II-25-2,     mov = De1-h4+  ev > 2.0  ",
+     "rnbq4/p1r2p1k/1p1p1Pp1/1BpPn3/P7/2P5/6PP/R1B1QRK1"),
+]
+
 
 def lines(*commands):
     return "".join(command + "\n" for command in commands)
@@ -131,18 +158,14 @@ def test_thinking_as_the_console_shows_it():
 def test_suite():
     # A key that waits stops each search at its first look at the keyboard.
     output, status = console_session("test\nd\n", timeout=60)
-    first = ("\n\n LCT mov Cd5-f6+ \n"
-             + diagram("2b1r1k1/r4ppp/p7/2pNP3/4Q3/q6P/2P2PP1/3RR1K1"))
-    assert output.startswith(PROMPT + first)
-    *parts, rest = REPORT.split(output.removeprefix(PROMPT))
-    assert len(parts) == 13 and len({part.split("Analizando")[0] for part in parts}) == 13
-    for number, part in enumerate(parts):
-        assert re.match(r"\n\n .*\n\n   \+---", part), part
-        mover = " NEGRAS JUEGAN  \n" if number == 4 else " BLANCAS JUEGAN \n"
-        shown = part.index(mover) + len(mover)
-        assert "Analizando" in part[shown:] and "+---+" not in part[shown:]
-    assert output.count("ULTRAFRONTERA 3 ") == 2
-    assert rest.startswith(PROMPT + "\n   +---+") and rest.endswith(PROMPT)
+    parts = output.removeprefix(PROMPT)
+    for number, (caption, placement) in enumerate(SUITE):
+        mover = "b" if number == 4 else "w"
+        start = caption + "\n" + diagram(placement, mover == "w")
+        assert parts.startswith(start), f"position {number + 1}: {parts[:1500]!r}"
+        thinking, parts = REPORT.split(parts[len(start):], maxsplit=1)
+        assert "Analizando" in thinking and "+---+" not in thinking
+    assert parts.startswith(PROMPT + "\n   +---+") and parts.endswith(PROMPT)
     assert status == 1
 
 
