@@ -217,6 +217,11 @@ TEST_F(Root, ObviousRecapture) {
     dialogue.input_waiting = [] { return false; };
     output_of(ponder_on);
     EXPECT_EQ(iterations(), 12);
+
+    // Nor does the first move of a game, whatever a long one has left in the ring of records.
+    history_entry(-1).captured = ROOK;
+    EXPECT_EQ(iterations_of("7k/7p/8/8/8/8/1r5P/K1B5 w - -", 12), 12);
+    history_entry(-1) = {};
 }
 
 // The lower bound is the last score less 40; when the first move misses it, that move is searched
