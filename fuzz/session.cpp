@@ -31,11 +31,18 @@ constexpr int READINGS_A_PACKET = 24;
 // A session that is still thinking then, by a budget of weeks, is cut off.
 constexpr int MAX_READINGS = 1000;
 
+// Of the time that passes, what counts as used and not as skipped.
+constexpr std::uint32_t LONGEST_COUNTED_STEP_MS = 60000;
+
 struct SessionEnd {};
 
 std::uint32_t now_ms = 0;
 std::uint32_t step_ms = 1;
 int readings = 0;
+
+// Over all sessions.
+std::uint64_t passed_ms = 0;
+std::uint64_t passed_in_counted_steps_ms = 0;
 
 std::string_view unsent;
 std::size_t unread = 0;
@@ -77,6 +84,13 @@ void restore_keys() {
     compute_hash_key();
 }
 
+void print_virtual_time() {
+    constexpr double MS_PER_HOUR = 3600000.0;
+    std::fprintf(stderr, "stat::virtual_hours: %.2f, %.2f of them in steps of a minute at most\n",
+                 static_cast<double>(passed_ms) / MS_PER_HOUR,
+                 static_cast<double>(passed_in_counted_steps_ms) / MS_PER_HOUR);
+}
+
 void start_engine() {
     xboard_mode = false;
     stop_requested = pondering = time_extended = false;
@@ -93,6 +107,8 @@ int clock_ms() {
     if (readings % STEPS_BEFORE_DOUBLING == 0) step_ms = std::min(2 * step_ms, LONGEST_STEP_MS);
     if (readings % READINGS_A_PACKET == 0) send_packet();
     now_ms += step_ms;
+    passed_ms += step_ms;
+    if (step_ms <= LONGEST_COUNTED_STEP_MS) passed_in_counted_steps_ms += step_ms;
     return static_cast<int>(now_ms);
 }
 
@@ -139,8 +155,10 @@ ssize_t __wrap_read(int descriptor, void* buffer, std::size_t size) {
     return got;
 }
 
-// What the engine prints is dropped; the fuzzer's own reports go to standard error.
+// What the engine prints is dropped; the fuzzer's own reports go to standard error, and so does how
+// long the engine believes that it has thought.
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 int LLVMFuzzerInitialize(int*, char***) {
+    std::atexit(tarsimo::print_virtual_time);
     return std::freopen("/dev/null", "w", stdout) == nullptr ? 1 : 0;
 }
