@@ -82,7 +82,7 @@ void read_line_of_text(const std::string& line) {
     }
     TimeControl control;
     if (parse_time_control(line, control)) {
-        demand(control.base > 0 || control.per_move > 0 || control.depth > 0,
+        demand(control.base > 0 || control.per_move > 0 || control.depth > 0 || control.nodes > 0,
                "a time control limits something");
     }
     EngineCommand command;
