@@ -35,8 +35,8 @@ template <Reduction Rule> bool is_reduced(const Move& move, int type, int n, boo
     return !is_exempt_pawn_move(type, -side, move.to);
 }
 
-template <Reduction Rule> RootReplies reply_node(int beta, int depth) {
-    record_node('R', -INFINITE_SCORE, beta, depth, false, false);
+template <Reduction Rule> RootReplies reply_node(int alpha, int beta, int depth) {
+    record_node('R', alpha, beta, depth, false, false);
     clear_pv_line();
     const bool node_in_check = in_check();
 
@@ -46,7 +46,6 @@ template <Reduction Rule> RootReplies reply_node(int beta, int depth) {
     tt_probe(depth, unused_score, beta, unused_null_ok);
     generate_moves();
 
-    int alpha = -INFINITE_SCORE;
     int best = NO_SCORE;
     int best_from = 0;
     int best_to = 0;
@@ -107,11 +106,11 @@ template <Reduction Rule> RootReplies reply_node(int beta, int depth) {
 }  // namespace
 
 int search_replies(int beta, int depth) {
-    return reply_node<Reduction::REPLIES>(beta, depth).score;
+    return reply_node<Reduction::REPLIES>(-INFINITE_SCORE, beta, depth).score;
 }
 
-RootReplies search_root_replies(int beta, int depth) {
-    return reply_node<Reduction::ROOT>(beta, depth);
+RootReplies search_root_replies(int alpha, int beta, int depth) {
+    return reply_node<Reduction::ROOT>(alpha, beta, depth);
 }
 
 }  // namespace tarsimo

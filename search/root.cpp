@@ -15,6 +15,7 @@ RootSearch root{};
 namespace {
 
 constexpr int ASPIRATION_MARGIN = 40;      // centipawns below the last score
+constexpr int ZERO_WINDOW_MIN_DEPTH = 2;   // before it a second search costs as much as the first
 constexpr int MAX_UNSTABLE_DEPTH = 3;      // changes at greater depth count as unstable
 constexpr int MATE_IN_HAND = 31900;        // such a score ends iterations
 constexpr int MATE_IN_HAND_MIN_DEPTH = 9;  // from this depth on
@@ -82,11 +83,11 @@ void accept_root_move(int index, int score) {
     root_move_accepted();
 }
 
-// Search the replies to a root move against the lower bound `alpha` of its own side.
-RootReplies search_root_move(int index, int alpha) {
+// Search the replies to a root move between the bounds of its own side.
+RootReplies search_root_move(int index, int alpha, int beta) {
     make_move(index);
     ++nodes;
-    const RootReplies replies = search_root_replies(-alpha, reply_depth());
+    const RootReplies replies = search_root_replies(-beta, -alpha, reply_depth());
     unmake_move();
     return replies;
 }
@@ -100,6 +101,16 @@ void verify_root_move(int index, int alpha) {
     const int score = -search_replies(-alpha, reply_depth());
     unmake_move();
     if (!search_aborted && score > alpha) accept_root_move(index, score);
+}
+
+// The search was cut short while it asked how much better than the best this move is: that it is
+// better is known. Of its variation only the move is.
+void accept_proven_move(int index, int score) {
+    search_aborted = false;
+    make_move(index);
+    clear_pv_line();
+    unmake_move();
+    accept_root_move(index, score);
 }
 
 bool mate_ends_search(int score) { return is_mate(score) && !root.task.goes_on_after_mate; }
@@ -126,16 +137,24 @@ Iteration search_line() {
         }
 
         root.first_root_move = first && root.line == 0;
-        RootReplies replies = search_root_move(index, alpha);
+        const bool asks_first = !first && root.iteration_depth >= ZERO_WINDOW_MIN_DEPTH;
+        RootReplies replies =
+            search_root_move(index, alpha, asks_first ? alpha + 1 : INFINITE_SCORE);
+        int proven = NO_SCORE;
         if (first && -replies.score <= alpha && !search_aborted) {
             // The first move fell below the bound: its true score, with the bound open.
             root_move_failed_low(-replies.score);
             alpha = -INFINITE_SCORE;
-            replies = search_root_move(index, alpha);
+            replies = search_root_move(index, alpha, INFINITE_SCORE);
+        } else if (asks_first && -replies.score > alpha && !search_aborted) {
+            // A later move is first asked only whether it is better, and then how much.
+            proven = -replies.score;
+            replies = search_root_move(index, alpha, INFINITE_SCORE);
         }
         if (search_aborted) {
             const bool was_beating_best = !first && replies.best && -*replies.best > alpha;
-            if (was_beating_best && !stop_requested) verify_root_move(index, alpha);
+            if (proven != NO_SCORE) accept_proven_move(index, proven);
+            else if (was_beating_best && !stop_requested) verify_root_move(index, alpha);
             return Iteration::ABORTED;
         }
         first = false;

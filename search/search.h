@@ -79,9 +79,9 @@ struct RootReplies {
                               ///< what holds after an abort
 };
 
-/// As search_replies(), with the reductions of the root: captures, promotions and replies to a
-/// check are not reduced.
-RootReplies search_root_replies(int beta, int depth);
+/// As search_replies(), with a lower bound of its own and the reductions of the root: captures,
+/// promotions and replies to a check are not reduced.
+RootReplies search_root_replies(int alpha, int beta, int depth);
 
 /// Bring searches, ordering and lists to the state of a fresh program: both tables, killers,
 /// history, principal variation, evaluation stack, score slots, counters and `nodes`.

@@ -10,7 +10,7 @@ namespace {
 using Search = int (*)(int beta, int depth);
 
 int root_replies(int beta, int depth) {
-    const RootReplies replies = search_root_replies(beta, depth);
+    const RootReplies replies = search_root_replies(-INF, beta, depth);
     EXPECT_EQ(replies.score, replies.best) << "the same unless it was stopped";
     return replies.score;
 }
@@ -177,7 +177,7 @@ TEST_F(Replies, TableGivesTheFirstMoveAndNothingElse) {
 // The stop's score of 0 beats an alpha below it, and is no reason to search a reply again.
 TEST_F(Replies, StopInAReducedReply) {
     for (const Search search : {search_replies, +[](int beta, int depth) {
-                                    return search_root_replies(beta, depth).score;
+                                    return search_root_replies(-INF, beta, depth).score;
                                 }}) {
         set_up("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNB1KBNR w KQkq -");
         history_max = 1;
@@ -196,7 +196,7 @@ TEST_F(Replies, PartialScore) {
         fifty = 100;
         if (pawn_first) set_hash_move("h2h3");
         NodeLog log([](const Node& node) { return node.ply == 1; });
-        const RootReplies replies = search_root_replies(77, 8);
+        const RootReplies replies = search_root_replies(-INF, 77, 8);
         EXPECT_EQ(replies.score, 77);
         EXPECT_EQ(replies.best, pawn_first ? std::nullopt : std::optional<int>(0));
         EXPECT_EQ(log.entered_after_abort, 0);

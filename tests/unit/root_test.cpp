@@ -22,7 +22,8 @@ struct RootMove {
     int iteration;
     int number;  // 1 for the first root move searched in the iteration
     std::string move;
-    int beta;  // for the side that replies: what the move must beat, negated
+    int alpha;  // of the side that replies, as is beta: what the move must beat, negated
+    int beta;
     bool first;
 };
 
@@ -110,7 +111,8 @@ class Root : public Engine {
         }
     }
     void begin_root_move(const EnteredNode& node) {
-        RootMove move = {node.depth / ONE_PLY + 1, 1, last_move(), node.beta, root.first_root_move};
+        RootMove move = {node.depth / ONE_PLY + 1, 1, last_move(), node.alpha, node.beta,
+                         root.first_root_move};
         if (searched.empty() || searched.back().iteration != move.iteration) {
             tick_ms = 0;
             set_elapsed(0);
@@ -272,6 +274,47 @@ TEST_F(Root, LowerBound) {
     }
 }
 
+// A later move is first asked only whether it beats the best; if it does, by how much.
+TEST_F(Root, LaterMovesBeginWithAZeroWindow) {
+    using Windows = std::vector<std::pair<int, int>>;
+    const auto windows_of_second = [this](int worth, int asked_again) {
+        Windows windows;
+        score = [&](const RootMove& move) {
+            return move.number != 2 ? 0 : searched.size() < 3 ? worth : asked_again;
+        };
+        iterate({}, 2);
+        for (const RootMove& move : searched) {
+            if (move.number == 2) windows.emplace_back(move.alpha, move.beta);
+        }
+        return windows;
+    };
+    EXPECT_EQ(windows_of_second(0, 0), (Windows{{-1, 0}}));
+    EXPECT_EQ(windows_of_second(30, 20), (Windows{{-1, 0}, {-INF, 0}}));
+    EXPECT_EQ(root.best_score(), 20);
+    EXPECT_EQ(windows_of_second(30, 0), (Windows{{-1, 0}, {-INF, 0}})) << "no better after all";
+    EXPECT_EQ(root.best_score(), 0);
+    iterate({}, 1);
+    for (const RootMove& move : searched) EXPECT_EQ(move.alpha, -INF) << "not in the first";
+}
+
+// A move is known to be better once its first search is done: a stop in the second cannot lose it.
+TEST_F(Root, ProvenMoveIsKeptAfterAStop) {
+    for (const bool requested : {false, true}) {
+        score = [](const RootMove& move) { return move.number == 2 ? 50 : 0; };
+        stops_now = [this, requested] {
+            stop_requested = requested;
+            return searched.size() == 3;
+        };
+        EXPECT_EQ(iterate({}, 2), Iteration::ABORTED);
+        stop_test_enabled = false;
+        EXPECT_FALSE(search_aborted) << "so that its score is shown";
+        EXPECT_EQ(searched.size(), 3) << "nothing is left to verify";
+        EXPECT_EQ(root_move(0), "e1d1");
+        EXPECT_EQ(root.best_score(), 50);
+        EXPECT_EQ(root.lines[0].variation[1].from, 0) << "one move is known";
+    }
+}
+
 // The best move stands first from the moment that it is found.
 TEST_F(Root, BestMoveComesFirst) {
     let_moves_be_worth({{"h2h4", 30}, {"e1d1", 20}});
@@ -430,9 +473,9 @@ TEST_F(Root, ThinkingLines) {
         const RootTask task = {.lines = 1, .among = {}, .goes_on_after_mate = goes_on};
         EXPECT_EQ(think_aloud(true, {.root = task}).substr(0, 9), "1  31998 ");
         EXPECT_EQ(iterations(), 1);
-        EXPECT_EQ(searched.size() == 12, !goes_on) << "no root move after a1a8";
+        EXPECT_EQ(searched.back().number == 12, !goes_on) << "no root move after a1a8";
     }
-    EXPECT_EQ(searched.size(), idx(root.legal_moves));
+    EXPECT_EQ(searched.back().number, root.legal_moves);
 }
 
 TEST_F(Root, AnnouncedMates) {
