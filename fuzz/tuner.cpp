@@ -50,7 +50,7 @@ std::string pieces_of(const std::string& fen) {
 void check_position(const LabelledPosition& position) {
     std::string why;
     demand(checked_fen(position.fen, why) == position.fen, "a labelled position is one");
-    set_position_fen(position.fen);
+    set_up_position(position);
     const std::string fen = tuning::position_fen();
     set_position_fen(fen);
     demand(tuning::position_fen() == fen, "a position is what it was written as");
@@ -71,9 +71,8 @@ void read_game(const std::string& line, Extractor& extractor) {
     bool legal = false;
     for (const LabelledPosition& position : extractor.extract(*game, legal)) {
         demand(legal, "only legal games give positions");
-        const std::string label = position.fen + ";" + result_text(position.result);
-        const auto parsed = parse_position(label);
-        demand(parsed && parsed->fen == position.fen && parsed->result == game->result,
+        const auto parsed = parse_position(format_position(position));
+        demand(parsed && format_position(*parsed) == format_position(position),
                "what is extracted can be read");
         check_position(position);
     }

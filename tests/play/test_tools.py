@@ -43,7 +43,8 @@ def test_the_list_of_tools_is_whole():
     names = {path.name for path in PROGRAMS + SCRIPTS}
     assert names >= {"tarsimo-perft", "tarsimo-bench", "tarsimo-mates", "tarsimo-match",
                      "tarsimo-san", "tarsimo-tree", "tarsimo-trace", "tarsimo-tune",
-                     "tarsimo-selfplay", "tarsimo-positions", "tarsimo-margins", "analyse",
+                     "tarsimo-selfplay", "tarsimo-positions", "tarsimo-margins", "tarsimo-judgement",
+                     "analyse", "games-from-pgn",
                      "combinations", "soak", "plot-figures", "plot-errors", "second-opinion", "run"}
 
 
@@ -125,6 +126,7 @@ def commands_that_read(tmp_path):
         yield SANITIZED / "tarsimo-perft", path
         yield SANITIZED / "tarsimo-positions", path, output / "positions"
         yield SANITIZED / "tarsimo-margins", path
+        yield SANITIZED / "tarsimo-judgement", path
         yield SANITIZED / "tarsimo-tune", path, output, "--list", weights
         yield SANITIZED / "tarsimo-tune", "none", output, "--list", path
         yield *match, "-o", path, ENGINE, ENGINE

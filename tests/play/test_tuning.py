@@ -104,6 +104,40 @@ def test_trace_adds_up():
     assert "draw by rule" in run(f"{BUILD}/tarsimo-trace", "8/8/8/3k4/8/8/1K3B2/8 w - -")[0]
 
 
+def test_judgement(games, tmp_path):
+    positions, judged = tmp_path / "positions", tmp_path / "judged"
+    run(f"{BUILD}/tarsimo-positions", games, positions)
+    lines = positions.read_text().splitlines()
+    # Opinions by rule: nothing that an evaluation could know.
+    judged.write_text("".join(f"{line};{(i % 2 * 2 - 1) * 100}\n" for i, line in enumerate(lines)))
+    rows = run(f"{BUILD}/tarsimo-judgement", judged)[0].splitlines()[2:]
+    figures = {row[:20].strip(): [float(word) for word in row[20:].split()] for row in rows}
+    assert figures["all"][0] == len(lines)
+    assert figures["all"][0] == sum(figures[name][0] for name in (
+        "material even", "a pawn up", "two pawns up"))
+    assert abs(figures["all"][4]) < 0.3
+    judged_by_another = REPOSITORY / "tests/data/judged.txt"
+    everything = run(f"{BUILD}/tarsimo-judgement", judged_by_another)[0].splitlines()[2].split()
+    assert float(everything[5]) > 0.8
+    judged.write_text(lines[0] + "\n")
+    assert "opinion" in run(f"{BUILD}/tarsimo-judgement", judged, status=2)[1]
+
+
+def test_games_of_other_programs(tmp_path):
+    (tmp_path / "games.pgn").write_text(
+        '[White "R\u00e9ti"]\n[Result "1-0"]\n\n1. e4 {best} e5 2. Nf3 (2. f4) Nc6 1-0\n\n'
+        '[Result "*"]\n\n1. d4 *\n\n'
+        '[FEN "4k3/P7/8/8/8/8/8/4K3 w - - 3 40"]\n[SetUp "1"]\n[Result "1/2-1/2"]\n\n'
+        "40. a8=Q+ Kd7 1/2-1/2\n", encoding="latin-1")
+    convert = (SCRIPTS / "games-from-pgn", "games.pgn", "games")
+    assert run(*convert, cwd=tmp_path)[0] == "2 games\n"
+    assert (tmp_path / "games").read_text().splitlines() == [
+        "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -;e2e4/0 e7e5/0 g1f3/0 b8c6/0;1",
+        "4k3/P7/8/8/8/8/8/4K3 w - -;a7a8q/0 e8d7/0;0.5"]
+    assert "File exists" in run(*convert, cwd=tmp_path, status=2)[1]
+    run(f"{BUILD}/tarsimo-positions", "games", "positions", cwd=tmp_path)
+
+
 def test_bad_words_are_refused(games, tmp_path):
     for command in (("tarsimo-selfplay", "x", "--games", "many"),
                     ("tarsimo-positions", games, "y", "--what", "1"),

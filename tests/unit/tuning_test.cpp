@@ -132,8 +132,33 @@ TEST_F(Tuning, RecordsSurviveTheirText) {
          {"", ";e2e4/35", ";e2e4;1", ";e2e4/x;1", ";e2e4/3;2", ";e2e4/100001;1"}) {
         EXPECT_FALSE(parse_game(fen + bad)) << bad;
     }
-    for (const char* bad : {"", ";", ";2", ";1;", ";1;x", ";1;2;3", ";1;-99999999999"}) {
+    for (const char* bad :
+         {"", ";", ";2", ";1;", ";1;x", ";1;2;3", ";1;2;w", ";1;bw", ";1;w;", ";1;-99999999999"}) {
         EXPECT_FALSE(parse_position(fen + bad)) << bad;
+    }
+}
+
+// A king that has moved without castling looks like one that has castled; the evaluation knows.
+TEST_F(Tuning, RecordsKnowWhoHasCastled) {
+    const auto evaluated = [] { return evaluate(-INF, INF); };
+    for (const auto& [moves, uncastled] :
+         std::initializer_list<std::pair<const char*, const char*>>{
+             {"e2e4 e7e5 g1f3 b8c6 f1b5 g8f6 e1g1 f6e4", ""},
+             {"e2e4 e7e5 g1f3 b8c6 f1b5 g8f6 e1f1 f6e4", "w"},
+             {"e2e4 e7e5 g1f3 b8c6 f1b5 e8e7 e1g1 e7d6", "b"},
+             {"e2e4 e7e5 e1e2 e8e7", "wb"}}) {
+        set_up(START_FEN);
+        play(moves);
+        const LabelledPosition position = labelled_position(0.5);
+        const int score = evaluated();
+        const std::string line = format_position(position);
+        EXPECT_EQ(line, position.fen + ";0.5" + (*uncastled != 0 ? ";" : "") + uncastled);
+        const auto again = parse_position(line + ";-35");
+        ASSERT_TRUE(again);
+        EXPECT_EQ(format_position(*again), line + ";-35");
+        set_up_position(*again);
+        clear_hash_tables();
+        EXPECT_EQ(evaluated(), score) << moves;
     }
 }
 
@@ -188,7 +213,7 @@ TEST_F(Tuning, GamesAreLegalAndDependOnTheirSeed) {
 }
 
 // Quiet positions by hand; then those of games, by the exchanges on offer. A few of those win
-// a man and lose another elsewhere, or lead from one dead draw to the next.
+// a piece and lose another elsewhere, or lead from one dead draw to the next.
 TEST_F(Tuning, ExtractedPositionsAreQuiet) {
     const std::vector<std::pair<const char*, bool>> cases = {
         {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", true},
@@ -224,7 +249,7 @@ TEST_F(Tuning, ExtractedPositionsAreQuiet) {
         }
     }
     EXPECT_GE(seen.size(), 60);
-    EXPECT_LE(won_exchanges * 20, seen.size());
+    EXPECT_LE(won_exchanges * 10, seen.size());
 
     // An illegal move, a king that can be taken, and more pieces than a game has.
     for (const GameRecord& none :

@@ -26,11 +26,11 @@ Values built_in_values();
 /// How often a weight was counted by each colour, where that makes a difference.
 struct Term {
     std::uint16_t weight;
-    std::int8_t white;
-    std::int8_t black;
+    std::int16_t white;
+    std::int16_t black;
 };
 
-/// One position. Four bytes a term and 40 bytes beside them.
+/// One position. Six bytes a term and 40 bytes beside them.
 struct Sample {
     float base;                    ///< what does not depend on the weights, centipawns for white
     float factor;                  ///< scale of drawish material, divisor and damping in one

@@ -55,7 +55,7 @@ std::vector<LabelledPosition> Extractor::extract(const GameRecord& game, bool& l
     int ply = 0;
     for (const PlayedMove& move : game.moves) {
         if (++ply > FIRST_PLIES && is_wanted(move) && !seen_.contains(hash_key)) {
-            found.push_back({hash_key, {position_fen(), game.result, std::nullopt}});
+            found.emplace_back(hash_key, labelled_position(game.result));
         }
         const int index = find_root_move(legal_moves(), move.name);
         if (index < 0) return {};

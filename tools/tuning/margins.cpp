@@ -72,7 +72,7 @@ int main(int argc, char** argv) {
             ++left_out;
             continue;
         }
-        set_position_fen(position->fen);
+        set_up_position(*position);
         const int score = evaluate(-INFINITE_SCORE, INFINITE_SCORE);
         const int balance = side * (white_material - black_material);
         Class& part =

@@ -27,8 +27,10 @@ namespace {
 
 using Random = std::mt19937_64;
 
-constexpr int OPENING_PLIES = 8;  // random plies of an opening, and up to two more
-constexpr int ENDINGS_PERCENT = 25;
+constexpr int OPENING_PLIES = 8;
+constexpr int OPENING_DEPTH = 2;  // plies of the searches that choose an opening's moves
+constexpr int OPENING_LOSS = 40;  // an opening's move costs at most so many centipawns by them
+constexpr int ENDINGS_PERCENT = 10;
 constexpr int BALANCED_SCORE = 200;  // a start is fair within it, centipawns
 constexpr int MAX_MATERIAL_GAP = 200;
 constexpr std::uint64_t PROBE_NODES = 2000;  // for the verdict on a start
@@ -72,13 +74,17 @@ int score_root_move(int index, int number, int alpha, int plies) {
     return score;
 }
 
-// The best of the legal root moves, brought to their front, and its score. The root is searched
-// by its moves, as the think driver does: a repeated position must still yield a move.
-int search_position(std::vector<int>& legal, std::uint64_t node_limit) {
+void begin_search() {
     begin_generation();
     while (prefault_hash_tables()) {}
     clear_ordering();
     nodes = 0;
+}
+
+// The best of the legal root moves, brought to their front, and its score. The root is searched
+// by its moves, as the think driver does: a repeated position must still yield a move.
+int search_position(std::vector<int>& legal, std::uint64_t node_limit) {
+    begin_search();
     int best = 0;
     for (int plies = 1; plies <= DEEPEST_PLIES && nodes < node_limit; ++plies) {
         int alpha = -INFINITE_SCORE;
@@ -108,15 +114,31 @@ void salt_keys(Random& random) {
     hash_key ^= random();
 }
 
+// A move at random among those that a short search finds nearly as good as the best.
+int sound_move(Random& random, const std::vector<int>& legal) {
+    begin_search();
+    std::vector<int> scores;
+    scores.reserve(legal.size());
+    for (const int index : legal) {
+        scores.push_back(score_root_move(index, 1, -INFINITE_SCORE, OPENING_DEPTH));
+    }
+    const int best = *std::max_element(scores.begin(), scores.end());
+    std::vector<int> sound;
+    for (std::size_t i = 0; i < legal.size(); ++i) {
+        if (scores[i] >= best - OPENING_LOSS) sound.push_back(legal[i]);
+    }
+    return sound[idx(pick(random, static_cast<int>(sound.size())))];
+}
+
+// An opening as games have them: other moves each time, and none that loses anything.
 bool set_up_opening(Random& random) {
     begin_initial_position();
     finish_initial_position();
     salt_keys(random);
-    const int plies = OPENING_PLIES + pick(random, 3);
-    for (int ply = 0; ply < plies; ++ply) {
+    for (int ply = 0; ply < OPENING_PLIES; ++ply) {
         const std::vector<int> legal = legal_moves();
         if (legal.empty()) return false;
-        play_root_move(legal[idx(pick(random, static_cast<int>(legal.size())))]);
+        play_root_move(sound_move(random, legal));
     }
     return true;
 }

@@ -8,7 +8,7 @@
 
 namespace tarsimo::tuning {
 
-/// Play a game. Most begin with a few random moves from the initial position, some with random
+/// Play a game. Most begin with eight plies of sound moves drawn at random, some with random
 /// endgame material; starts that one side has already lost are drawn again. Clear wins are
 /// adjudicated, draws follow the rules.
 ///   seed        decides start and keys: the game depends on no other game played before

@@ -71,7 +71,7 @@ int main(int argc, char** argv) {
         bool legal = false;
         if (const auto game = parse_game(line)) {
             for (const LabelledPosition& position : extractor.extract(*game, legal)) {
-                out << position.fen << ';' << result_text(position.result) << '\n';
+                out << format_position(position) << '\n';
                 ++written;
             }
         }

@@ -3,6 +3,7 @@
 #include "board/make.h"
 #include "board/move_list.h"
 #include "board/position.h"
+#include "control/fen.h"
 #include "control/fen_check.h"
 #include "control/notation.h"
 #include "tools/common/fen_writer.h"
@@ -90,20 +91,55 @@ std::optional<GameRecord> parse_game(const std::string& line) {
     return game;
 }
 
+LabelledPosition labelled_position(double result) {
+    const std::string fen = position_fen();
+    const std::string rights = fen.substr(fen.find(' ') + 3, 4);
+    const auto may_castle = [&rights](const char* letters) {
+        return rights.substr(0, rights.find(' ')).find_first_of(letters) != std::string::npos;
+    };
+    return {fen,
+            result,
+            {white_castled == 0 && !may_castle("KQ"), black_castled == 0 && !may_castle("kq")},
+            std::nullopt};
+}
+
+void set_up_position(const LabelledPosition& position) {
+    set_position_fen(position.fen);
+    if (position.uncastled[0]) white_castled = 0;
+    if (position.uncastled[1]) black_castled = 0;
+}
+
+std::string format_position(const LabelledPosition& position) {
+    std::string line = position.fen + ";" + result_text(position.result);
+    if (position.uncastled[0] || position.uncastled[1]) line += ';';
+    if (position.uncastled[0]) line += 'w';
+    if (position.uncastled[1]) line += 'b';
+    if (position.opinion) line += ";" + std::to_string(*position.opinion);
+    return line;
+}
+
 std::optional<LabelledPosition> parse_position(const std::string& line) {
     const auto fields = split(line, ';');
-    if (fields.size() != 2 && fields.size() != 3) return std::nullopt;
+    if (fields.size() < 2) return std::nullopt;
     const auto result = read_result(fields[1]);
     std::string why;
     const std::string fen = checked_fen(std::string(fields[0]), why);
     if (!result || fen.empty()) return std::nullopt;
 
-    LabelledPosition position{fen, *result, std::nullopt};
-    if (fields.size() == 3) {
-        int opinion = 0;
-        if (!read_score(fields[2], opinion)) return std::nullopt;
-        position.opinion = opinion;
+    LabelledPosition position{fen, *result, {}, std::nullopt};
+    std::size_t next = 2;
+    if (next < fields.size() &&
+        (fields[next] == "w" || fields[next] == "b" || fields[next] == "wb")) {
+        position.uncastled = {fields[next].front() == 'w', fields[next].back() == 'b'};
+        ++next;
     }
+    if (next < fields.size()) {
+        int opinion = 0;
+        if (!read_score(fields[next], opinion)) return std::nullopt;
+        position.opinion = opinion;
+        ++next;
+    }
+    if (next < fields.size()) return std::nullopt;
     return position;
 }
 

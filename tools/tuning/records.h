@@ -2,13 +2,15 @@
 ///
 /// A game is a line "FEN;e2e4/35 e7e5/-20 ...;1": the position it started from, its moves each
 /// with the score that the mover's search gave it (centipawns for the mover), and the result
-/// for white: 1, 0.5 or 0. A labelled position is a line "FEN;1", with a third field "FEN;1;35"
-/// once a second opinion in centipawns for white has been asked for.
+/// for white: 1, 0.5 or 0. A labelled position is a line "FEN;1". A field "w", "b" or "wb" follows
+/// when those sides have lost the right to castle without castling, which a FEN cannot say; last
+/// comes a second opinion in centipawns for white once one has been asked for: "FEN;1;w;35".
 #ifndef TARSIMO_TOOLS_TUNING_RECORDS_H
 #define TARSIMO_TOOLS_TUNING_RECORDS_H
 
 #include "board/move_list.h"
 
+#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -51,9 +53,18 @@ std::string result_text(double result);
 
 struct LabelledPosition {
     std::string fen;
-    double result = 0.5;         ///< for white
-    std::optional<int> opinion;  ///< second opinion, centipawns for white
+    double result = 0.5;              ///< for white
+    std::array<bool, 2> uncastled{};  ///< white, black: can castle no more and never did
+    std::optional<int> opinion;       ///< second opinion, centipawns for white
 };
+
+/// The current position with a result.
+LabelledPosition labelled_position(double result);
+
+/// Set up a labelled position, with what its FEN does not say.
+void set_up_position(const LabelledPosition& position);
+
+std::string format_position(const LabelledPosition& position);
 
 /// Nothing when the line is not a labelled position.
 std::optional<LabelledPosition> parse_position(const std::string& line);

@@ -103,7 +103,7 @@ Samples read_samples(const std::string& path) {
             tool::fail(in.place() + ": not a labelled position: " + tool::printable(line));
         }
         progress.update(++read);
-        set_position_fen(position->fen);
+        set_up_position(*position);
         int score = 0;
         if (!append_sample(samples, score)) {
             ++left_out;
