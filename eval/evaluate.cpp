@@ -43,6 +43,7 @@ constexpr int MIDDLEGAME_LAZY_MARGIN = 350;
 constexpr int LATER_LAZY_MARGIN = 520;
 
 constexpr int ALL_DEVELOPED = 6;
+constexpr int MIN_LEAD = 50;              // of material; less is none
 constexpr int MIN_TRADE_DOWN_LEAD = 200;  // rewards exchanges
 constexpr int TRADE_DOWN_PENALTY = 8;     // for each piece left on the board
 constexpr int MIDDLEGAME_TEMPO = 12;
@@ -125,6 +126,26 @@ template <int Us> ScorePair attack_terms() {
     return passed_pawn_terms<Us>() + king_danger_terms<Us>() + threat_terms<Us>();
 }
 
+// Pawns on both the three files to the left and the three to the right.
+bool are_pawns_on_both_wings() {
+    constexpr SquareSet LEFT = FILE_A | FILE_A << 1 | FILE_A << 2;
+    const SquareSet pawns = white_eval.pawns | black_eval.pawns;
+    return (pawns & LEFT) != 0 && (pawns & LEFT << 5) != 0;
+}
+
+// What a lead in material is worth beside the material.
+template <int Us> ScorePair lead_terms() {
+    const int lead = material<Us>() - material<-Us>();
+    if (lead < MIN_LEAD) return 0;
+    const int group = lead < MIN_TRADE_DOWN_LEAD ? PAWN_UP : FAR_AHEAD;
+    ScorePair score = weigh<Us>(group) + weigh<Us>(group + 1, white_pieces + black_pieces);
+    score += weigh<Us>(group + 2, pawn_count<Us>()) + weigh<Us>(group + 3, pawn_count<-Us>());
+    if (are_pawns_on_both_wings()) score += weigh<Us>(group + 4);
+    return score;
+}
+
+template <int Us> ScorePair tempo_term() { return side == Us ? weigh<Us>(TEMPO) : 0; }
+
 // The free terms of a colour, mixed by the piece material on the board.
 int tapered(ScorePair score) {
     const int middlegame =
@@ -143,8 +164,8 @@ Totals piece_and_pawn_terms(const PawnTerms& pawns, const SquareTables& white_ta
     ScorePair black = pawns.structure[1] + scan_pieces<BLACK>(black_tables, squares.black_pos);
     combine_attacks<WHITE>();
     combine_attacks<BLACK>();
-    white += attack_terms<WHITE>();
-    black += attack_terms<BLACK>();
+    white += attack_terms<WHITE>() + lead_terms<WHITE>() + tempo_term<WHITE>();
+    black += attack_terms<BLACK>() + lead_terms<BLACK>() + tempo_term<BLACK>();
 
     Totals totals{tapered(white), tapered(black)};
     totals.add(recorded(&EvalTrace::squares, squares));

@@ -13,10 +13,15 @@ namespace {
 
 // Danger grows faster than its causes: they are counted together in units, and each number of
 // units has a weight of its own.
-constexpr int SAFE_CHECK_UNITS = 3;  // for each kind of piece that has one
-constexpr int ATTACKER_UNITS = 2;    // for each piece that attacks the king zone
-constexpr int WEAK_SQUARE_UNITS = 1;
-constexpr int MAX_UNITS = 19;
+constexpr int WEAK_SQUARE_UNITS = 3;
+constexpr int NO_QUEEN_UNITS = -10;
+constexpr int FULL_COVER = 3;        // own pawns before the king
+constexpr int ATTACKER_DIVISOR = 4;  // attackers times the sum of their weights
+constexpr int FLANK_DIVISOR = 32;    // square of the attacked squares of the flank
+constexpr int MAX_UNITS = 39;
+
+// A check that loses nothing, by piece type from KNIGHT on; half as much again for a choice.
+constexpr std::array<int, 4> safe_check_units = {8, 6, 10, 8};
 
 // Squares from which a piece of each type would check the king, as far as the board allows it.
 struct Checks {
@@ -62,6 +67,42 @@ SquareSet guarded_by_pawn_minor_or_rook(const EvalSide& us) {
     return us.attacks[PAWN] | us.attacks[KNIGHT] | us.attacks[BISHOP] | us.attacks[ROOK];
 }
 
+// The four files on whose side the king stands, or the middle ones, by file a..h.
+constexpr std::array<SquareSet, 8> flank_files = [] {
+    constexpr SquareSet FOUR_FILES = 0x0f0f0f0f0f0f0f0fULL;
+    std::array<SquareSet, 8> files{};
+    for (int file = 0; file < 8; ++file) {
+        files[idx(file)] = FOUR_FILES << (file < 3 ? 0 : file < 5 ? 2 : 4);
+    }
+    return files;
+}();
+
+// The king's flank from the own first rank to the fifth.
+template <int Us> SquareSet flank() {
+    constexpr SquareSet FIVE_RANKS = 0x000000ffffffffffULL;
+    constexpr SquareSet camp = Us == WHITE ? FIVE_RANKS : FIVE_RANKS << 24;
+    return camp & flank_files[idx(file_of(king_square<Us>()) - 1)];
+}
+
+// Squares that pieces or pawns of more than one kind attack.
+SquareSet attacked_by_two_kinds(const EvalSide& side) {
+    SquareSet once = 0;
+    SquareSet twice = 0;
+    for (int type = PAWN; type <= KING; ++type) {
+        twice |= once & side.attacks[idx(type)];
+        once |= side.attacks[idx(type)];
+    }
+    return twice;
+}
+
+// Own pawns on the two ranks before the king, on its file and beside.
+template <int Us> int pawn_cover() {
+    const SquareSet king = set_of(king_square<Us>());
+    const SquareSet row = step_forward<Us>(king | squares_aside(king));
+    return std::min(count_squares((row | step_forward<Us>(row)) & eval_side<Us>().pawns),
+                    FULL_COVER);
+}
+
 // Squares next to the king that the enemy attacks and only king or queen defend.
 template <int Us> int weak_ring() {
     const EvalSide& us = eval_side<Us>();
@@ -78,19 +119,35 @@ template <int Us> ScorePair king_danger_terms() {
     const SquareSet unguarded = ~(guarded_by_pawn_minor_or_rook(us) | us.attacks[QUEEN]);
     const int weak = weak_ring<Us>();
     const int queen = them.count[QUEEN] != 0 ? 1 : 0;
-    int units = WEAK_SQUARE_UNITS * weak + ATTACKER_UNITS * them.king_attackers;
     ScorePair score = 0;
+
+    // Safe checks.
+    int units = queen != 0 ? 0 : NO_QUEEN_UNITS;
     for (int type = KNIGHT; type <= QUEEN; ++type) {
-        if ((checks.from[idx(type)] & them.attacks[idx(type)] & unguarded) == 0) continue;
+        const SquareSet safe = checks.from[idx(type)] & them.attacks[idx(type)] & unguarded;
+        if (safe == 0) continue;
+        const bool several = (safe & (safe - 1)) != 0;
         score += weigh<Us>(KING_SAFE_CHECK + type - KNIGHT);
-        units += SAFE_CHECK_UNITS;
+        units += safe_check_units[idx(type - KNIGHT)] * (several ? 3 : 2) / 2;
     }
+
+    // Attackers of the squares around, and of the flank.
     score += weigh<Us>(KING_WEAK_RING + queen, weak);
     score += weigh<Us>(KING_ATTACKERS + 5 * queen + std::min(them.king_attackers, 4));
+    const SquareSet home = flank<Us>();
+    const int attacked = count_squares(home & them.attacks[0]);
+    const int twice = count_squares(home & attacked_by_two_kinds(them));
+
+    units += WEAK_SQUARE_UNITS * weak + them.king_attack_count;
+    units += them.king_attackers * them.attacker_weight / ATTACKER_DIVISOR;
+    units += (attacked + twice) * (attacked + twice) / FLANK_DIVISOR;
+    units += (FULL_COVER - pawn_cover<Us>()) * them.king_attackers;
+    score += weigh<Us>(KING_DANGER + std::clamp(units, 0, MAX_UNITS));
+
+    // Lines to the king.
     if (queen != 0) {
         const SquareSet seen = (checks.diagonal | checks.straight) & ~occupied_squares();
         score += weigh<Us>(KING_EXPOSED, count_squares(seen));
-        score += weigh<Us>(KING_DANGER + std::min(units, MAX_UNITS));
     }
     score += pinned_on_lines<Us, bishop_attacks, BISHOP>(checks.diagonal);
     return score + pinned_on_lines<Us, rook_attacks, ROOK>(checks.straight);

@@ -14,6 +14,9 @@ namespace {
 constexpr int ROOK_SHUT_IN_MOBILITY = 3;  // safe squares that a shut-in rook has at most
 constexpr int FIVE_PAWNS = 5;             // material values fit a side with as many pawns
 
+// How dangerous an attacker of the king is: knight, bishop, rook, queen.
+constexpr std::array<int, 4> attacker_weight = {6, 4, 4, 3};
+
 // The weights of four kinds of pieces stand one behind the other: MATCHES eval/weights.inc.
 static_assert(BISHOP_ON_RANK == KNIGHT_ON_RANK + 8 && ROOK_ON_RANK == BISHOP_ON_RANK + 8 &&
               QUEEN_ON_RANK == ROOK_ON_RANK + 8);
@@ -145,6 +148,7 @@ template <int Us> ScorePair piece_term(int sq, int type) {
     us.pieces |= set_of(sq);
     us.king_attack_count += zone_attacks;
     us.king_attackers += zone_attacks != 0 ? 1 : 0;
+    us.attacker_weight += zone_attacks != 0 ? attacker_weight[idx(kind)] : 0;
     ScorePair score = place<Us>(sq, kind) + weigh<Us>(ZONE_ATTACK + kind, zone_attacks);
     score += weigh<Us>(PIECE_PAWNS + kind, pawn_count<Us>() - FIVE_PAWNS);
     ++us.count[idx(type)];

@@ -53,6 +53,7 @@ struct EvalSide {
     int development;                   ///< steps of development done, 0..6
     int king_attack_count;             ///< attacks on the enemy king's surroundings
     int king_attackers;                ///< own pieces that attack the king zone
+    int attacker_weight;               ///< their sum, by how dangerous each kind is
 };
 
 extern EvalSide white_eval, black_eval;

@@ -88,7 +88,7 @@ def test_illegal_set_up_leaves_the_initial_position(gui, text):
     (["black", "e7e5"], ".[12].."),
     (["force", "playother", "e2e4"], ".[78].."),
     (["force", "e2e4", "playother", "e7e5"], ".[12].."),
-    (["force", "e2e4", "e7e5", "result *", "playother", "d2d4"], ".[78].."),
+    (["force", "e2e4", "e7e5", "result *", "playother", "d2d4"], ".[5-8].."),
 ])
 def test_who_answers(gui, commands, answer):
     if answer is None:

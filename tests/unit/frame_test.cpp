@@ -98,14 +98,19 @@ TEST_F(Frame, PartsAreAsListed) {
     }
 }
 
-// Tempo counts for the side to move, and all else is the same for both.
+// Tempo, fixed and weighted, counts for the side to move, and all else is the same for both.
 TEST_F(Frame, SideToMoveHasTheTempo) {
     for (const char* fen :
          {START_FEN, "qrnnk3/p7/8/8/8/8/P7/QRNNK3 w - -", "rn2k3/p7/8/8/8/8/P7/RN2K3 w - -"}) {
         set_up(fen);
         const int for_white = evaluate(-INF, INF);
         side = BLACK;
-        EXPECT_EQ(for_white + evaluate(-INF, INF), 2 * eval_trace.tempo) << fen;
+        const int for_black = evaluate(-INF, INF);
+        const double full = eval_trace.mix / 6660.0;
+        const double weighted =
+            full * middlegame_part(weights[TEMPO]) + (1 - full) * endgame_part(weights[TEMPO]);
+        const double tempo = eval_trace.tempo + weighted * eval_trace.scale / FULL_SCALE;
+        EXPECT_NEAR(for_white + for_black, 2 * tempo, 3) << fen;
     }
 }
 

@@ -19,7 +19,8 @@ void append_terms(Samples& samples, Sample& sample, WeightKind kind) {
             const int black = eval_trace.counts[1][idx(i)];
             const bool cancels = kind == WeightKind::TAPERED && white == black;
             if (cancels || (white == 0 && black == 0)) continue;
-            samples.terms.push_back({static_cast<std::uint16_t>(i), static_cast<std::int16_t>(white),
+            samples.terms.push_back({static_cast<std::uint16_t>(i),
+                                     static_cast<std::int16_t>(white),
                                      static_cast<std::int16_t>(black)});
             ++(kind == WeightKind::TAPERED ? sample.tapered_terms : sample.shelter_terms);
         }
