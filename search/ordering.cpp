@@ -26,24 +26,60 @@ constexpr int PLACE_BITS = 15;  // hold any index of the move array
 constexpr int PLACES = 1 << PLACE_BITS;
 static_assert(MOVE_STACK_SIZE <= PLACES);
 
-}  // namespace
+// So many moves of a list are found by scanning it. Nodes that ask for more mostly ask for all,
+// which is cheaper with the rest of the list sorted.
+constexpr int SCANNED_PICKS = 5;
 
-int pick_move() {
-    // Score and place in one number: the best score wins, and of equal ones the first move. No
-    // branch here is hard to predict.
+// Of the moves not picked yet, best first, at the places of their list in the move array.
+std::array<std::int64_t, MOVE_STACK_SIZE> sorted_keys;
+
+// Score and place of a move in one number: the greatest belongs to the best score, and of equal
+// ones to the first move.
+std::int64_t key_of(int index) {
+    return std::int64_t{move_at(index).score} * PLACES + (PLACES - 1 - index);
+}
+
+// No key of a move left to pick is as low.
+constexpr std::int64_t NO_KEY = std::int64_t{PICKED} * PLACES + (PLACES - 1);
+
+// The greatest key in this ply's list. No branch here is hard to predict.
+std::int64_t best_key() {
     const int begin = list_start(search_ply);
     const int end = list_start(search_ply + 1);
-    std::int64_t best_key = std::int64_t{PICKED} * PLACES;
-    for (int i = begin; i < end; ++i) {
-        best_key = std::max(best_key, std::int64_t{move_at(i).score} * PLACES + (PLACES - 1 - i));
-    }
-    const int best = static_cast<int>(best_key >> PLACE_BITS);
-    if (best == PICKED) return -1;
+    std::int64_t best = NO_KEY;
+    for (int i = begin; i < end; ++i) best = std::max(best, key_of(i));
+    return best;
+}
 
-    const int choice = PLACES - 1 - static_cast<int>(best_key & (PLACES - 1));
-    current_move_score = best;
-    move_at(choice).score = PICKED;
-    return choice;
+}  // namespace
+
+int MovePicker::next() {
+    if (picked_ == SCANNED_PICKS) sort_rest();
+    const std::int64_t key = picked_++ < SCANNED_PICKS ? best_key()
+                             : rest_begin_ < rest_end_ ? sorted_keys[idx(rest_begin_++)]
+                                                       : NO_KEY;
+    const int score = static_cast<int>(key >> PLACE_BITS);
+    if (score == PICKED) return -1;
+    const int index = PLACES - 1 - static_cast<int>(key & (PLACES - 1));
+    current_move_score = score;
+    move_at(index).score = PICKED;
+    return index;
+}
+
+// By insertion: most of the rest are quiet moves without a history, in order already.
+void MovePicker::sort_rest() {
+    const int begin = list_start(search_ply);
+    const int end = list_start(search_ply + 1);
+    rest_begin_ = rest_end_ = begin;
+    for (int i = begin; i < end; ++i) {
+        const std::int64_t key = key_of(i);
+        if (key <= NO_KEY) continue;
+        int place = rest_end_++;
+        for (; place > begin && sorted_keys[idx(place - 1)] < key; --place) {
+            sorted_keys[idx(place)] = sorted_keys[idx(place - 1)];
+        }
+        sorted_keys[idx(place)] = key;
+    }
 }
 
 void credit_history(const Move& move, int credit) {

@@ -19,10 +19,21 @@ extern int current_move_score;
 /// leaves what was there. Cleared by clear_ordering().
 extern std::array<int, PLY_SLOTS> eval_stack;
 
-/// Pick the move of this ply's list with the highest ordering score, the earliest among
-/// equals: its index, or -1 when all are picked. Marks the slot as PICKED and sets
-/// current_move_score.
-int pick_move();
+/// Picks the moves of this ply's list one after the other, the highest ordering score first and the
+/// earliest among equals. The list must stay as it is between the picks, but for what they mark.
+class MovePicker {
+  public:
+    /// Index of the next move, or -1 when all are picked. Marks its slot as PICKED and sets
+    /// current_move_score.
+    int next();
+
+  private:
+    void sort_rest();
+
+    int picked_ = 0;
+    int rest_begin_ = 0;  // what is left, once sorted: sorted_keys from here to rest_end_
+    int rest_end_ = 0;
+};
 
 /// Add to the history value of a move of the side to move (Schaeffer 1983).
 void credit_history(const Move& move, int credit);

@@ -55,7 +55,8 @@ int quiesce(int alpha, int beta, int qply) {
     const bool delta_pruning =
         white_pieces > 0 && black_pieces > 0 && white_pawns > 0 && black_pawns > 0;
 
-    for (int index = pick_move(); index >= 0; index = pick_move()) {
+    MovePicker picker;
+    for (int index = picker.next(); index >= 0; index = picker.next()) {
         const Move& move = move_at(index);
         if (move.promotion == 0) {
             if (delta_pruning && best + DELTA_MARGIN + piece_value[idx(move.captured)] <= alpha)

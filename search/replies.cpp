@@ -53,7 +53,8 @@ template <Reduction Rule> RootReplies reply_node(int alpha, int beta, int depth)
     int n = 0;
     const bool may_reduce = depth >= LMR_MIN_DEPTH && !node_in_check;
 
-    for (int index = pick_move(); index >= 0; index = pick_move()) {
+    MovePicker picker;
+    for (int index = picker.next(); index >= 0; index = picker.next()) {
         const Move& move = move_at(index);
         const int type = type_on(move.from);
         if (!make_if_legal(index, depth - ONE_PLY, node_in_check)) continue;

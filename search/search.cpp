@@ -159,7 +159,9 @@ std::optional<int> try_null_move(Node& node, int alpha, int beta, int depth) {
 std::optional<int> probcut(int raised_beta, int depth) {
     generate_moves();
     int tried = 0;
-    for (int index = pick_move(); index >= 0 && tried < PROBCUT_MAX_MOVES; index = pick_move()) {
+    MovePicker picker;
+    for (int index = picker.next(); index >= 0 && tried < PROBCUT_MAX_MOVES;
+         index = picker.next()) {
         if (!make_if_legal(index, 0, NOT_IN_CHECK)) continue;
         ++tried;
         int score = -quiesce(-raised_beta, -raised_beta + 1, 0);
@@ -406,7 +408,8 @@ int search(int alpha, int beta, int depth, NullMove allow_null, bool node_in_che
     int bound = BOUND_UPPER;
     int n = 0;
 
-    for (int index = pick_move(); index >= 0; index = pick_move()) {
+    MovePicker picker;
+    for (int index = picker.next(); index >= 0; index = picker.next()) {
         const Move& move = move_at(index);
         const int type = type_on(move.from);
         if (!make_if_legal(index, depth - ONE_PLY, node_in_check)) continue;

@@ -3,6 +3,9 @@
 
 #include "control/notation.h"
 
+#include <algorithm>
+#include <random>
+
 namespace tarsimo::test {
 
 namespace {
@@ -117,13 +120,35 @@ TEST_F(Ordering, PromotionScores) {
     EXPECT_EQ(scores(G8), (Scores{1900000, 1900000, 1900000, 1900000}));
 }
 
+// Also behind the first few, where the order is found in another way.
+TEST_F(Ordering, PicksAreSortedStably) {
+    std::mt19937 random(7);
+    for (int round = 0; round < 200; ++round) {
+        set_up(START_FEN);
+        generate_moves();
+        std::vector<int> order;
+        for (int i = 0; i < list_start(1); ++i) {
+            move_at(i).score = static_cast<int>(random() % 9) * (PICKED / -4) + PICKED * 3 / 2;
+            if (move_at(i).score > PICKED) order.push_back(i);
+        }
+        std::stable_sort(order.begin(), order.end(),
+                         [](int a, int b) { return move_at(a).score > move_at(b).score; });
+        std::vector<int> picked;
+        MovePicker picker;
+        for (int i = picker.next(); i >= 0; i = picker.next()) picked.push_back(i);
+        ASSERT_EQ(picked, order);
+        ASSERT_EQ(picker.next(), -1);
+    }
+}
+
 // The highest score first, the earliest among equals, until all are marked as picked.
 TEST_F(Ordering, PickingAndDiscardedLists) {
     set_up(START_FEN);
     history[2][G2][G3] = history[2][B1][C3] = 7;
     generate_moves();
     std::string picked;
-    for (int index = pick_move(); index >= 0; index = pick_move()) {
+    MovePicker picker;
+    for (int index = picker.next(); index >= 0; index = picker.next()) {
         EXPECT_EQ(current_move_score, picked.size() < 10 ? 7 : 0);
         picked += coordinate_name(move_at(index)) + " ";
         EXPECT_EQ(move_at(index).score, PICKED);
