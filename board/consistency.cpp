@@ -15,8 +15,12 @@ struct Census {
     int pawns = 0;
     int pieces = 0;
     int material = 0;
+    SquareSet occupied = 0;
+    SquareSet pawn_set = 0;
 
     void count(int type, int sq) {
+        occupied |= set_of(sq);
+        if (type == PAWN) pawn_set |= set_of(sq);
         if (type == KING) {
             ++kings;
             king_square = sq;
@@ -31,6 +35,7 @@ struct Census {
 // where it stood.
 template <int Us> bool agrees(const Census& census) {
     if (census.kings > 1) return false;
+    if (occupied<Us>() != census.occupied || pawn_set<Us>() != census.pawn_set) return false;
     const int taken = 1 - census.kings;
     return pawn_count<Us>() == census.pawns && piece_count<Us>() == census.pieces - taken &&
            material<Us>() == census.material - taken * piece_value[KING] &&

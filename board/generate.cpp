@@ -1,11 +1,12 @@
 // Pseudo-legal move generation. White's pieces are met from a1 upwards, black's from h8
-// downwards, and the scan ends with the last: the counts of the position say how many there are.
-// Offsets come in one fixed order, which decides among moves of equal score.
+// downwards. Offsets come in one fixed order, which decides among moves of equal score.
 #include "board/generate.h"
 
 #include "board/attacks.h"
 #include "board/move_list.h"
 #include "board/position.h"
+
+#include <bit>
 
 namespace tarsimo {
 
@@ -168,14 +169,11 @@ template <int Us, List Kind> void add_moves_of(int type, int from) {
 
 template <int Us, List Kind> void generate() {
     move_count = list_start(search_ply);
-    int pieces_left = pawn_count<Us>() + piece_count<Us>() + 1;
-    // The bound on sq matters only where a king has been taken and the count is off.
-    for (int sq = Us == WHITE ? A1 : H8; pieces_left > 0 && sq >= A1 && sq <= H8; sq += Us) {
-        const int type = Us * piece_on(sq);
-        // One comparison leaves out empty squares, enemies and the border.
-        if (static_cast<unsigned>(type) - PAWN > KING - PAWN) continue;
-        add_moves_of<Us, Kind>(type, sq);
-        --pieces_left;
+    for (SquareSet rest = occupied<Us>(); rest != 0;) {
+        const int index = Us == WHITE ? std::countr_zero(rest) : 63 - std::countl_zero(rest);
+        rest ^= bit(index);
+        const int sq = square_of_bit(index);
+        add_moves_of<Us, Kind>(Us * piece_on(sq), sq);
     }
     list_start(search_ply + 1) = move_count;
 }

@@ -53,22 +53,35 @@ template <int Us> void remove_captured(const Move& move) {
         material<Them>() -= piece_value[PAWN];
         --pawn_count<Them>();
         hash_key ^= piece_key(Them * PAWN, move.ep_capture);
+        occupied<Them>() ^= set_of(move.ep_capture);
+        pawn_set<Them>() ^= set_of(move.ep_capture);
         put(move.ep_capture, EMPTY);
     } else if (move.captured != 0) {
         material<Them>() -= piece_value[idx(move.captured)];
         hash_key ^= piece_key(Them * move.captured, move.to);
-        if (move.captured == PAWN) --pawn_count<Them>();
-        else --piece_count<Them>();
+        occupied<Them>() ^= set_of(move.to);
+        if (move.captured == PAWN) {
+            --pawn_count<Them>();
+            pawn_set<Them>() ^= set_of(move.to);
+        } else {
+            --piece_count<Them>();
+        }
     }
 }
 
 template <int Us> void restore_captured(const HistoryEntry& record) {
     constexpr int Them = -Us;
     if (record.captured == 0) return;
-    put(record.ep_capture > 0 ? record.ep_capture : record.to, Them * record.captured);
+    const int sq = record.ep_capture > 0 ? record.ep_capture : record.to;
+    put(sq, Them * record.captured);
+    occupied<Them>() ^= set_of(sq);
     material<Them>() += piece_value[idx(record.captured)];
-    if (record.captured == PAWN) ++pawn_count<Them>();
-    else ++piece_count<Them>();
+    if (record.captured == PAWN) {
+        ++pawn_count<Them>();
+        pawn_set<Them>() ^= set_of(sq);
+    } else {
+        ++piece_count<Them>();
+    }
 }
 
 template <int Us> void make(const Move& move, int piece) {
@@ -78,11 +91,15 @@ template <int Us> void make(const Move& move, int piece) {
     }
     remove_captured<Us>(move);
 
+    const SquareSet from_and_to = set_of(move.from) | set_of(move.to);
     put(move.to, piece);
     put(move.from, EMPTY);
+    occupied<Us>() ^= from_and_to;
+    if (piece == Us * PAWN) pawn_set<Us>() ^= from_and_to;
     if (move.promotion != 0) {
         ++piece_count<Us>();
         --pawn_count<Us>();
+        pawn_set<Us>() ^= set_of(move.to);
         put(move.to, Us * move.promotion);
         material<Us>() += piece_value[idx(move.promotion)] - piece_value[PAWN];
     } else if (move.castle != 0) {
@@ -91,6 +108,7 @@ template <int Us> void make(const Move& move, int piece) {
         hash_key ^= piece_key(Us * ROOK, rook.from) ^ piece_key(Us * ROOK, rook.to);
         put(rook.from, EMPTY);
         put(rook.to, Us * ROOK);
+        occupied<Us>() ^= set_of(rook.from) | set_of(rook.to);
     }
     hash_key ^= piece_key(piece_on(move.to), move.to);
     if (piece_on(move.to) == Us * KING) king_square<Us>() = move.to;
@@ -107,9 +125,14 @@ template <int Us> void unmake(const HistoryEntry& record) {
         castled<Us>() = 0;
         put(rook.from, Us * ROOK);
         put(rook.to, EMPTY);
+        occupied<Us>() ^= set_of(rook.from) | set_of(rook.to);
     }
+    const SquareSet from_and_to = set_of(record.from) | set_of(record.to);
+    occupied<Us>() ^= from_and_to;
+    if (piece_on(record.from) == Us * PAWN) pawn_set<Us>() ^= from_and_to;
     if (record.promotion != 0) {
         put(record.from, Us * PAWN);
+        pawn_set<Us>() ^= set_of(record.from);
         ++pawn_count<Us>();
         --piece_count<Us>();
         material<Us>() += piece_value[PAWN] - piece_value[idx(record.promotion)];

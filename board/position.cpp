@@ -24,6 +24,10 @@ int white_pawns = 0;
 int black_pawns = 0;
 int white_pieces = 0;
 int black_pieces = 0;
+SquareSet white_occupied = 0;
+SquareSet black_occupied = 0;
+SquareSet white_pawn_set = 0;
+SquareSet black_pawn_set = 0;
 int game_ply = 0;
 int search_ply = 0;
 std::array<HistoryEntry, HISTORY_SIZE> game_history{};
@@ -72,14 +76,19 @@ void count_material() {
     white_material = black_material = 0;
     white_pawns = black_pawns = 0;
     white_pieces = black_pieces = 0;
+    white_occupied = black_occupied = 0;
+    white_pawn_set = black_pawn_set = 0;
     for (int sq = A1; sq <= H8; ++sq) {
         const int piece = piece_on(sq);
         const int type = type_on(sq);
-        if (type == EMPTY || type == KING || piece == OFFBOARD) continue;
+        if (type == EMPTY || piece == OFFBOARD) continue;
+        (piece > 0 ? white_occupied : black_occupied) |= set_of(sq);
+        if (type == KING) continue;
         const int value = piece_value[idx(type)];
         (piece > 0 ? white_material : black_material) += value;
         if (type == PAWN) {
             ++(piece > 0 ? white_pawns : black_pawns);
+            (piece > 0 ? white_pawn_set : black_pawn_set) |= set_of(sq);
         } else {
             ++(piece > 0 ? white_pieces : black_pieces);
         }

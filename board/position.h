@@ -7,7 +7,7 @@
 /// Invariants on which everything else relies:
 ///   - border squares of `board` hold OFFBOARD at all times;
 ///   - each king square field names the square that holds that king;
-///   - material, pawn and piece counts equal a recount of `board`;
+///   - material, counts and sets of squares equal a recount of `board`;
 ///   - `hash_key` follows every move incrementally;
 ///   - make_move() and unmake_move() are strictly paired.
 #ifndef TARSIMO_BOARD_POSITION_H
@@ -15,6 +15,7 @@
 
 #include "board/board.h"
 #include "board/config.h"
+#include "board/square_set.h"
 
 namespace tarsimo {
 
@@ -36,6 +37,9 @@ extern std::uint8_t white_castled, black_castled;
 extern int white_material, black_material;  ///< centipawns, king left out
 extern int white_pawns, black_pawns;        ///< pawns on the board
 extern int white_pieces, black_pieces;      ///< knights, bishops, rooks and queens
+
+extern SquareSet white_occupied, black_occupied;  ///< squares of all pieces and pawns of a colour
+extern SquareSet white_pawn_set, black_pawn_set;  ///< squares of its pawns
 
 extern int game_ply;    ///< half-moves made since the start position, the search's included
 extern int search_ply;  ///< plies below the search root; 0 at the root
@@ -80,7 +84,7 @@ void begin_initial_position();
 /// move, en-passant square, material and counts.
 void finish_initial_position();
 
-/// Material, pawn and piece counts of both sides from a count of `board`.
+/// Material, counts and sets of squares of both sides from a count of `board`.
 void count_material();
 
 /// Forget the moves made so far: an empty history, with `fifty` set as given.
@@ -115,6 +119,14 @@ template <int Us> inline int& piece_count() {
 template <int Us> inline int& material() {
     if constexpr (Us == WHITE) return white_material;
     else return black_material;
+}
+template <int Us> inline SquareSet& occupied() {
+    if constexpr (Us == WHITE) return white_occupied;
+    else return black_occupied;
+}
+template <int Us> inline SquareSet& pawn_set() {
+    if constexpr (Us == WHITE) return white_pawn_set;
+    else return black_pawn_set;
 }
 template <int Us> inline std::uint8_t& castled() {
     if constexpr (Us == WHITE) return white_castled;

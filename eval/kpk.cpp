@@ -5,8 +5,8 @@
 // a to d.
 #include "eval/kpk.h"
 
+#include "board/square_set.h"
 #include "eval/geometry.h"
-#include "eval/square_set.h"
 
 #include <algorithm>
 #include <bit>

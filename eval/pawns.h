@@ -3,7 +3,7 @@
 #ifndef TARSIMO_EVAL_PAWNS_H
 #define TARSIMO_EVAL_PAWNS_H
 
-#include "eval/square_set.h"
+#include "board/square_set.h"
 #include "eval/weights.h"
 
 #include <array>

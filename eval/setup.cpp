@@ -1,4 +1,4 @@
-// The set-up of an evaluation: one scan of the board.
+// The set-up of an evaluation, from the position's sets of squares.
 #include "eval/setup.h"
 
 #include "board/keys.h"
@@ -19,36 +19,28 @@ namespace {
 constexpr int NO_WHITE_PAWN = 8;
 constexpr int NO_BLACK_PAWN = 1;
 
-// All pieces and pawns on the board. Without branches, since which squares are empty is hard to
-// predict.
-SquareSet find_occupied() {
-    SquareSet occupied = 0;
-    for (int rank = 0; rank < 8; ++rank) {
-        const int* squares = &board[idx(A1 + 10 * rank)];
-        for (int file = 0; file < 8; ++file) {
-            occupied |= SquareSet{squares[file] != EMPTY} << (8 * rank + file);
-        }
-    }
-    return occupied;
-}
-
-template <int Us> void list_piece(int sq, int type, SquareSet place) {
+template <int Us> void list_pieces() {
     EvalSide& us = eval_side<Us>();
-    us.list.squares[idx(us.list.size++)] = static_cast<std::uint8_t>(sq);
-    us.occupied |= place;
-    if (type == PAWN) {
-        us.pawns |= place;
-        pawn_key ^= piece_key(Us * PAWN, sq);
+    us.occupied = occupied<Us>();
+    us.pawns = pawn_set<Us>();
+    for (SquareSet rest = us.occupied; rest != 0; rest &= rest - 1) {
+        us.list.squares[idx(us.list.size++)] =
+            static_cast<std::uint8_t>(square_of_bit(std::countr_zero(rest)));
+    }
+    for (SquareSet rest = us.pawns; rest != 0; rest &= rest - 1) {
+        pawn_key ^= piece_key(Us * PAWN, square_of_bit(std::countr_zero(rest)));
     }
 }
 
-// The rank of the pawn nearest to white's side, or to black's, on each file.
+// The rank of the pawn nearest to white's side, or to black's, on each file. Without branches: the
+// last square of an empty file stands in.
 void find_rear_pawns() {
     for (int file = 1; file <= 8; ++file) {
-        const SquareSet white = white_eval.pawns & FILE_A << (file - 1);
-        const SquareSet black = black_eval.pawns & FILE_A << (file - 1);
-        if (white != 0) white_eval.rear_pawn[idx(file)] = std::countr_zero(white) / 8 + 1;
-        if (black != 0) black_eval.rear_pawn[idx(file)] = 8 - std::countl_zero(black) / 8;
+        const SquareSet line = FILE_A << (file - 1);
+        const SquareSet white = (white_eval.pawns & line) | bit(55 + file);
+        const SquareSet black = (black_eval.pawns & line) | bit(file - 1);
+        white_eval.rear_pawn[idx(file)] = std::countr_zero(white) / 8 + 1;
+        black_eval.rear_pawn[idx(file)] = 8 - std::countl_zero(black) / 8;
     }
 }
 
@@ -85,14 +77,8 @@ void reset_eval_outputs() {
 
 void eval_setup() {
     pawn_key = piece_key(KING, white_king_sq) ^ piece_key(-KING, black_king_sq);
-
-    for (SquareSet rest = find_occupied(); rest != 0; rest &= rest - 1) {
-        const int sq = square_of_bit(std::countr_zero(rest));
-        const int piece = piece_on(sq);
-        const SquareSet place = rest & -rest;
-        if (piece > 0) list_piece<WHITE>(sq, piece, place);
-        else list_piece<BLACK>(sq, -piece, place);
-    }
+    list_pieces<WHITE>();
+    list_pieces<BLACK>();
     prefetch_pawn_terms();
     find_rear_pawns();
     set_up_attacks<WHITE>();

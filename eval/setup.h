@@ -7,8 +7,8 @@
 #define TARSIMO_EVAL_SETUP_H
 
 #include "board/position.h"
+#include "board/square_set.h"
 #include "eval/geometry.h"
-#include "eval/square_set.h"
 
 #include <array>
 #include <cstdint>

@@ -135,11 +135,14 @@ TEST_F(Make, TakeBackKnowsWhoMovedAfterAChangeOfSide) {
 TEST_F(Make, ConsistencySeesDamage) {
     play("e2e4 d7d5");
     const auto damages = {
-        +[] { board[A1] = EMPTY; },  +[] { board[E5] = PAWN; },  +[] { board[D1] = -QUEEN; },
-        +[] { board[E2] = KING; },   +[] { board[30] = EMPTY; }, +[] { board[E5] = 7; },
-        +[] { white_king_sq = E2; }, +[] { black_king_sq = 0; }, +[] { ++black_material; },
-        +[] { --white_pawns; },      +[] { ++white_pieces; },    +[] { side = 0; },
-        +[] { board[E8] = EMPTY; },
+        +[] { board[A1] = EMPTY; },  +[] { board[E5] = PAWN; },
+        +[] { board[D1] = -QUEEN; }, +[] { board[E2] = KING; },
+        +[] { board[30] = EMPTY; },  +[] { board[E5] = 7; },
+        +[] { white_king_sq = E2; }, +[] { black_king_sq = 0; },
+        +[] { ++black_material; },   +[] { --white_pawns; },
+        +[] { ++white_pieces; },     +[] { side = 0; },
+        +[] { board[E8] = EMPTY; },  +[] { white_occupied ^= set_of(E5); },
+        +[] { black_pawn_set = 0; },
     };
     const auto whole_board = board;
     EXPECT_TRUE(position_is_consistent());

@@ -14,13 +14,16 @@ struct Snapshot {
     std::uint8_t white_castled, black_castled;
     int white_material, black_material, white_pawns, black_pawns, white_pieces, black_pieces;
     int game_ply, search_ply;
+    SquareSet white_occupied, black_occupied, white_pawn_set, black_pawn_set;
     bool operator==(const Snapshot&) const = default;
 };
 
 inline Snapshot snapshot() {
-    return {board,       square_moves, side,          white_king_sq, black_king_sq,  ep_square,
-            fifty,       hash_key,     white_castled, black_castled, white_material, black_material,
-            white_pawns, black_pawns,  white_pieces,  black_pieces,  game_ply,       search_ply};
+    return {board,          square_moves,   side,        white_king_sq,  black_king_sq,
+            ep_square,      fifty,          hash_key,    white_castled,  black_castled,
+            white_material, black_material, white_pawns, black_pawns,    white_pieces,
+            black_pieces,   game_ply,       search_ply,  white_occupied, black_occupied,
+            white_pawn_set, black_pawn_set};
 }
 
 }  // namespace tarsimo

@@ -42,6 +42,7 @@ Snapshot recounted() {
     Snapshot s = snapshot();
     s.white_material = s.black_material = s.white_pawns = s.black_pawns = 0;
     s.white_pieces = s.black_pieces = s.white_king_sq = s.black_king_sq = 0;
+    s.white_occupied = s.black_occupied = s.white_pawn_set = s.black_pawn_set = 0;
     s.hash_key =
         (side == WHITE ? side_key : 0) ^ (ep_square != 0 ? zobrist[14][idx(ep_square)] : 0);
     for (int sq = 0; sq < BOARD_SIZE; ++sq) {
@@ -51,6 +52,9 @@ Snapshot recounted() {
         if (!playing || piece == EMPTY) continue;
         const int type = std::abs(piece);
         const bool white = piece > 0;
+        const SquareSet place = SquareSet{1} << ((sq / 10 - 2) * 8 + sq % 10 - 1);
+        (white ? s.white_occupied : s.black_occupied) |= place;
+        if (type == PAWN) (white ? s.white_pawn_set : s.black_pawn_set) |= place;
         s.hash_key ^= zobrist[idx(piece + 7)][idx(sq)];
         (white ? s.white_material : s.black_material) += values[idx(type)];
         if (type == PAWN) ++(white ? s.white_pawns : s.black_pawns);

@@ -2,7 +2,7 @@
 // slider's bit twice from the pieces ahead of it flips everything up to the first of them; the
 // other direction is the same with the bytes reversed (hyperbola quintessence: Isenberg and Osborn
 // 2007). Ranks have no reverse by bytes, so theirs come from a table.
-#include "eval/square_set.h"
+#include "board/square_set.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 /// Sets of squares as 64-bit numbers, bit 0 is a1, bit 7 h1, bit 63 h8.
-#ifndef TARSIMO_EVAL_SQUARE_SET_H
-#define TARSIMO_EVAL_SQUARE_SET_H
+#ifndef TARSIMO_BOARD_SQUARE_SET_H
+#define TARSIMO_BOARD_SQUARE_SET_H
 
 #include "board/board.h"
 
