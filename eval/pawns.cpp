@@ -139,6 +139,8 @@ void compute(PawnTerms& terms) {
 
 void prefetch_pawn_terms() { __builtin_prefetch(&pawn_cache[pawn_key % PAWN_CACHE_SIZE]); }
 
+void clear_pawn_cache() { pawn_cache.fill({}); }
+
 const PawnTerms& pawn_terms() {
     PawnTerms& entry = pawn_cache[pawn_key % PAWN_CACHE_SIZE];
     if (caches_bypassed || entry.key != pawn_key) compute(entry);

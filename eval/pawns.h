@@ -23,6 +23,9 @@ struct alignas(64) PawnTerms {
 /// Begin to load what the cache holds for pawn_key: memory answers while the set-up goes on.
 void prefetch_pawn_terms();
 
+/// Empty the cache, for tools that change the weights.
+void clear_pawn_cache();
+
 /// The pawn terms of the position, from their cache or computed. Sets EvalSide::passed. To be
 /// called after eval_setup().
 const PawnTerms& pawn_terms();

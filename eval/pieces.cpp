@@ -30,8 +30,8 @@ constexpr auto place_value = [] {
         for (int sq = A1; sq <= H8; ++sq) {
             if (!on_board(sq)) continue;
             table[idx(kind)][idx(sq)] =
-                weights[idx(KNIGHT_ON_RANK + 8 * kind + square_rank[idx(sq)] - 1)] +
-                weights[idx(KNIGHT_ON_FILE + 4 * kind + wing_of(sq))];
+                listed_weights[idx(KNIGHT_ON_RANK + 8 * kind + square_rank[idx(sq)] - 1)] +
+                listed_weights[idx(KNIGHT_ON_FILE + 4 * kind + wing_of(sq))];
         }
     }
     return table;

@@ -59,9 +59,9 @@ constexpr int WEIGHT_GROUP_COUNT = 0
 #undef WEIGHTS
     ;
 
-/// All weights by index.
+/// All weights of the list by index.
 // clang-format off
-inline constexpr std::array<ScorePair, WEIGHT_COUNT> weights = {
+inline constexpr std::array<ScorePair, WEIGHT_COUNT> listed_weights = {
 #define S(middlegame, endgame) score_pair(middlegame, endgame)
 #define WEIGHTS(name, kind, index, ...) __VA_ARGS__,
 #include "eval/weights.inc"
@@ -83,15 +83,18 @@ struct WeightGroup {
 extern const std::array<WeightGroup, WEIGHT_GROUP_COUNT> weight_groups;
 
 // ---------------------------------------------------------------------------
-// Trace: only in the library that the tuning tools and the tests link
+// Trace, and other weights: only in the library that the tuning tools and the tests link
 // ---------------------------------------------------------------------------
 
 #ifdef TARSIMO_EVAL_TRACE
 constexpr bool EVAL_TRACED = true;
+/// The weights that count. Whoever changes them sees to the caches.
+inline std::array<ScorePair, WEIGHT_COUNT> weights = listed_weights;
 /// While true no cache answers. Set and reset by evaluate_traced() alone.
 extern bool caches_bypassed;
 #else
 constexpr bool EVAL_TRACED = false;
+inline constexpr const auto& weights = listed_weights;
 constexpr bool caches_bypassed = false;
 #endif
 

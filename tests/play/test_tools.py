@@ -18,6 +18,7 @@ BUILD = Path(ENGINE).resolve().parent
 SANITIZED = Path(SANITIZED_ENGINE).resolve().parent
 SOAK = REPOSITORY / "tools/soak"
 ANALYSE = REPOSITORY / "tools/analyse"
+DIRECTIONS = REPOSITORY / "tools" / "tuning" / "directions.txt"
 SECOND_OPINION = REPOSITORY / "tools/tuning/second-opinion"
 
 START_FEN = f"{START} w KQkq - 0 1"
@@ -43,7 +44,7 @@ def test_the_list_of_tools_is_whole():
     names = {path.name for path in PROGRAMS + SCRIPTS}
     assert names >= {"tarsimo-perft", "tarsimo-bench", "tarsimo-mates", "tarsimo-match",
                      "tarsimo-san", "tarsimo-tree", "tarsimo-trace", "tarsimo-tune",
-                     "tarsimo-selfplay", "tarsimo-positions", "tarsimo-margins", "tarsimo-judgement",
+                     "tarsimo-spsa", "tarsimo-selfplay", "tarsimo-positions", "tarsimo-margins", "tarsimo-judgement",
                      "analyse", "games-from-pgn",
                      "combinations", "soak", "plot-figures", "plot-errors", "second-opinion", "run"}
 
@@ -129,6 +130,8 @@ def commands_that_read(tmp_path):
         yield SANITIZED / "tarsimo-judgement", path
         yield SANITIZED / "tarsimo-tune", path, output, "--list", weights
         yield SANITIZED / "tarsimo-tune", "none", output, "--list", path
+        yield SANITIZED / "tarsimo-spsa", path, output, "--list", weights
+        yield SANITIZED / "tarsimo-spsa", DIRECTIONS, output, "--list", path
         yield *match, "-o", path, ENGINE, ENGINE
         yield ANALYSE, path, "--depth", 1, "--engine", UCI_ENGINE, "-o", output / "results"
         yield SECOND_OPINION, path, output / "judged", "--engine", shutil.which("cat")
@@ -182,6 +185,8 @@ def test_no_place_for_the_output_is_noticed_before_the_work(tmp_path, place):
     for command in ((BUILD / "tarsimo-positions", "games", place),
                     (BUILD / "tarsimo-selfplay", place),
                     (BUILD / "tarsimo-tune", "positions", folder, "--list",
+                     REPOSITORY / "eval/weights.inc"),
+                    (BUILD / "tarsimo-spsa", DIRECTIONS, folder, "--list",
                      REPOSITORY / "eval/weights.inc"),
                     (SECOND_OPINION, "positions", place, "--engine", shutil.which("cat")),
                     (ANALYSE, "games", "-o", place, "--depth", 1, "--engine", UCI_ENGINE)):

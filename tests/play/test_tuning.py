@@ -55,6 +55,35 @@ def test_stopped_games_go_on_as_if_never_stopped(games, tmp_path):
     assert again.read_text() == games.read_text()
 
 
+def test_games_move_weights_the_same_for_any_number_of_workers(tmp_path):
+    directions = SCRIPTS / "directions.txt"
+    listed = REPOSITORY / "eval" / "weights.inc"
+    at_once, stopped = tmp_path / "at-once", tmp_path / "stopped"
+    spsa = (f"{BUILD}/tarsimo-spsa", "--list", listed, "--nodes", 20, "--gain", 0.2, directions)
+    for folder, *parts in ((at_once, (32, 1)), (stopped, (16, 3), (32, 2))):
+        folder.mkdir()
+        for pairs, workers in parts:
+            run(*spsa, folder, "--pairs", pairs, "--workers", workers)
+    for name in ("steps.tsv", "weights.inc"):
+        assert (at_once / name).read_text() == (stopped / name).read_text()
+    steps = dict(line.split("\t") for line in (at_once / "steps.tsv").read_text().splitlines())
+    assert steps.pop("pairs") == "32"
+    assert any(float(step) != 0 for step in steps.values())
+    # A step of "pawn-eg" adds six centipawns to what a pawn is worth in the endgame.
+    values = [[int(eg) for eg in re.findall(r"S\(-?\d+, (-?\d+)\)", text.split("PAWN_ON_FILE")[1]
+                                            .split("WEIGHTS")[0])]
+              for text in (listed.read_text(), (at_once / "weights.inc").read_text())]
+    moved = 6 * float(steps["pawn-eg"])
+    assert all(abs(after - before - moved) <= 0.5 for before, after in zip(*values, strict=True))
+
+    (at_once / "steps.tsv").write_text("pairs\t32\npawn-mg\t1\n")
+    assert "not of these directions" in run(*spsa, at_once, status=2)[1]
+    for line in ("danger KING_DANGERS both scale 1", "danger KING_DANGER both scale",
+                 "danger KING_DANGER both add 1 0", "danger KING_DANGER both spread 1 40"):
+        (tmp_path / "bad").write_text(line + "\n")
+        assert "line 1: not a change" in run(*spsa[:-1], tmp_path / "bad", stopped, status=2)[1]
+
+
 def test_from_games_to_weights(games, tmp_path):
     positions, judged, other = tmp_path / "positions", tmp_path / "judged", tmp_path / "judge"
     run(f"{BUILD}/tarsimo-positions", games, positions, "--per-game", 30)
@@ -141,6 +170,7 @@ def test_games_of_other_programs(tmp_path):
 def test_bad_words_are_refused(games, tmp_path):
     for command in (("tarsimo-selfplay", "x", "--games", "many"),
                     ("tarsimo-positions", games, "y", "--what", "1"),
+                    ("tarsimo-spsa", SCRIPTS / "directions.txt", ".", "--reach", "far"),
                     ("tarsimo-tune", games, ".", "--freeze", "NO_SUCH_GROUP")):
         output, complaint = run(f"{BUILD}/{command[0]}", *command[1:], status=2, cwd=tmp_path)
         assert output == "" and complaint.strip() and list(tmp_path.iterdir()) == []

@@ -33,7 +33,7 @@ int lead_of(const ColourPair& pair) { return pair[0] - pair[1]; }
 
 Values built_in_values() {
     Values values;
-    for (const ScorePair weight : weights) {
+    for (const ScorePair weight : listed_weights) {
         values.push_back(middlegame_part(weight));
         values.push_back(endgame_part(weight));
     }

@@ -6,6 +6,7 @@
 #include "board/move_list.h"
 #include "board/position.h"
 
+#include "control/fen.h"
 #include "control/notation.h"
 #include "eval/endings.h"
 #include "eval/evaluate.h"
@@ -275,19 +276,19 @@ class Adjudicator {
     int plies_ = 0;
 };
 
-}  // namespace
-
-GameRecord play_game(std::uint64_t seed, std::uint64_t node_limit) {
-    Random random(seed);
+// As if no game had been played before.
+void forget_games() {
     for (Move& move : move_stack) move.score = 0;
     hash_move = {};
     current_move_score = 0;
     search_aborted = false;
-    set_up_start(random);
+}
 
+GameRecord play_on(std::uint64_t node_limit, const std::function<void()>& before_search) {
     GameRecord game{position_fen(), {}, 0.5};
     Adjudicator adjudicator;
     while (!is_draw_by_rule()) {
+        before_search();
         std::vector<int> legal = legal_moves();
         if (legal.empty()) {
             if (in_check()) game.result = side == WHITE ? 0.0 : 1.0;
@@ -302,6 +303,36 @@ GameRecord play_game(std::uint64_t seed, std::uint64_t node_limit) {
         play_root_move(legal.front());
     }
     return game;
+}
+
+}  // namespace
+
+GameRecord play_game(std::uint64_t seed, std::uint64_t node_limit) {
+    Random random(seed);
+    forget_games();
+    set_up_start(random);
+    return play_on(node_limit, [] {});
+}
+
+std::string draw_opening(std::uint64_t seed) {
+    Random random(seed);
+    forget_games();
+    while (!set_up_opening(random) || !is_fair_start()) {}
+    return position_fen();
+}
+
+GameRecord play_game_from(const std::string& fen, std::uint64_t node_limit,
+                          const std::function<void()>& before_search) {
+    forget_games();
+    tarsimo::set_up_position(fen);
+    return play_on(node_limit, before_search);
+}
+
+std::uint64_t seed_of_game(std::uint64_t seed, std::uint64_t game) {
+    std::uint64_t z = (seed << 40) + game + 0x9E3779B97F4A7C15;
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EB;
+    return z ^ (z >> 31);
 }
 
 }  // namespace tarsimo::tuning

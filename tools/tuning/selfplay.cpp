@@ -58,15 +58,6 @@ std::string header_of(const Settings& settings) {
     return HEADER_START + std::to_string(settings.nodes) + " seed " + std::to_string(settings.seed);
 }
 
-// Distinct well-mixed numbers for distinct games (the finaliser of SplitMix64, Steele, Lea and
-// Flood 2014).
-std::uint64_t seed_of_game(std::uint64_t seed, std::uint64_t game) {
-    std::uint64_t z = (seed << 40) + game + 0x9E3779B97F4A7C15;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EB;
-    return z ^ (z >> 31);
-}
-
 // Ends the program unless the first line of a file is the header of these settings, or the start of
 // it where the line was cut short.
 void require_header(const std::string& path, const std::string& line, bool cut,
