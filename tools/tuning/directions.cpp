@@ -20,12 +20,6 @@ struct Change {
     std::optional<int> member;
 };
 
-const WeightGroup* group_called(const std::string& name) {
-    const auto* const group = std::find_if(weight_groups.begin(), weight_groups.end(),
-                                           [&](const WeightGroup& g) { return name == g.name; });
-    return group == weight_groups.end() ? nullptr : group;
-}
-
 bool is_one_of(const std::string& word, std::initializer_list<const char*> words) {
     return std::find(words.begin(), words.end(), word) != words.end();
 }
@@ -35,7 +29,7 @@ std::optional<Change> parse_change(std::istringstream& words) {
     Change change;
     std::string group;
     if (!(words >> group >> change.part >> change.kind >> change.amount)) return std::nullopt;
-    change.group = group_called(group);
+    change.group = find_group(group);
     int member = 0;
     if (words >> member) change.member = member;
     else if (!words.eof()) return std::nullopt;

@@ -216,14 +216,6 @@ Worker start_worker(const Settings& settings, const Values& start,
 // State
 // ---------------------------------------------------------------------------
 
-std::string read_file(const std::string& path) {
-    tool::TextFile in(path);
-    std::string text;
-    for (std::string line; in.next(line);) text += line + "\n";
-    if (!in.fault().empty()) tool::fail(in.fault());
-    return text;
-}
-
 // What a run works on, and how far it has come.
 struct Run {
     std::string folder;
@@ -238,7 +230,7 @@ struct Run {
     void resume() {
         std::error_code error;
         if (!std::filesystem::exists(steps_path(), error)) return;
-        std::istringstream in(read_file(steps_path()));
+        std::ifstream in(steps_path());
         std::string name;
         bool good = in >> name >> pairs && name == "pairs" && pairs % BATCH == 0;
         for (std::size_t i = 0; good && i < steps.size(); ++i) {
@@ -323,10 +315,7 @@ int main(int argc, char** argv) {
     Run state;
     state.folder = names[1];
     state.start = built_in_values();
-    state.list = read_file(settings.list);
-    if (state.list.empty() || rewrite_list(state.list, state.start) != state.list) {
-        tool::fail(settings.list + " is not the list that this program was built with");
-    }
+    state.list = read_list(settings.list);
     state.directions = read_directions(names[0], state.start);
     state.steps.resize(state.directions.size());
     run(state, settings);

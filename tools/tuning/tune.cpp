@@ -68,14 +68,6 @@ void require_written(std::ofstream& out, const std::string& path) {
     if (!out.flush()) tool::fail("cannot write " + path);
 }
 
-std::string read_file(const std::string& path) {
-    tool::TextFile in(path);
-    std::string text;
-    for (std::string line; in.next(line);) text += line + "\n";
-    if (!in.fault().empty()) tool::fail(in.fault());
-    return text;
-}
-
 std::uint64_t count_lines(const std::string& path) {
     tool::TextFile in(path);
     std::uint64_t lines = 0;
@@ -134,10 +126,8 @@ std::vector<bool> frozen_values(const std::string& names) {
     std::istringstream in(names);
     std::string name;
     while (std::getline(in, name, ',')) {
-        const auto* const group =
-            std::find_if(weight_groups.begin(), weight_groups.end(),
-                         [&name](const WeightGroup& g) { return name == g.name; });
-        if (group == weight_groups.end()) tool::fail("no such group of weights: " + name);
+        const WeightGroup* const group = find_group(name);
+        if (group == nullptr) tool::fail("no such group of weights: " + name);
         const auto first = frozen.begin() + 2 * group->first;
         std::fill(first, first + 2 * group->size, true);
     }
@@ -230,10 +220,7 @@ void run(const std::string& positions, const std::string& folder, Settings& sett
     const std::string report_path = folder + "/weights.tsv";
     const std::string list_path = folder + "/weights.inc";
     const Values start = built_in_values();
-    const std::string list = read_file(settings.list);
-    if (list.empty() || rewrite_list(list, start) != list) {
-        tool::fail(settings.list + " is not the list that this program was built with");
-    }
+    const std::string list = read_list(settings.list);
     settings.tuning.frozen = frozen_values(settings.freeze);
     for (const std::string& path : {errors_path, report_path, list_path}) require_writable(path);
     init_engine();

@@ -1,5 +1,9 @@
 #include "tools/tuning/weight_list.h"
 
+#include "tools/common/command_line.h"
+#include "tools/common/text_file.h"
+
+#include <algorithm>
 #include <cmath>
 #include <sstream>
 
@@ -37,6 +41,23 @@ std::string text_of(const WeightGroup& group, const Values& values) {
 }
 
 }  // namespace
+
+std::string read_list(const std::string& path) {
+    tool::TextFile in(path);
+    std::string text;
+    for (std::string line; in.next(line);) text += line + "\n";
+    if (!in.fault().empty()) tool::fail(in.fault());
+    if (text.empty() || rewrite_list(text, built_in_values()) != text) {
+        tool::fail(path + " is not the list that this program was built with");
+    }
+    return text;
+}
+
+const WeightGroup* find_group(const std::string& name) {
+    const auto* const group = std::find_if(weight_groups.begin(), weight_groups.end(),
+                                           [&](const WeightGroup& g) { return name == g.name; });
+    return group == weight_groups.end() ? nullptr : group;
+}
 
 std::string rewrite_list(const std::string& list, const Values& values) {
     std::istringstream in(list);

@@ -8,6 +8,13 @@
 
 namespace tarsimo::tuning {
 
+/// The list in a file. Ends the program with a sentence when it is not the one that the program was
+/// built with.
+std::string read_list(const std::string& path);
+
+/// The group of this name, null when there is none.
+const WeightGroup* find_group(const std::string& name);
+
 /// The text of a list with these values, rounded, in place of its own. Empty when the list's
 /// groups are not those that the program was built with.
 std::string rewrite_list(const std::string& list, const Values& values);
