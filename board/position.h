@@ -133,6 +133,9 @@ template <int Us> inline std::uint8_t& castled() {
     else return black_castled;
 }
 
+/// All pieces and pawns on the board.
+inline SquareSet occupied_squares() { return white_occupied | black_occupied; }
+
 /// The content of a mailbox square 0..119.
 inline int piece_on(int sq) { return board[idx(sq)]; }
 

@@ -4,6 +4,8 @@
 
 #include "board/board.h"
 
+#include <bit>
+
 namespace tarsimo {
 
 using SquareSet = std::uint64_t;
@@ -33,9 +35,31 @@ constexpr int count_squares(SquareSet set) {
     return static_cast<int>(set * 0x0101010101010101ULL >> 56);
 }
 
+/// The first square of a set that is not empty, in the order a1 to h8.
+inline int first_square(SquareSet set) { return square_of_bit(std::countr_zero(set)); }
+
+/// The squares of a set, from a1 to h8: `for (const int sq : Squares{set})`.
+struct Squares {
+    struct Iterator {
+        SquareSet rest;
+
+        int operator*() const { return first_square(rest); }
+        void operator++() { rest &= rest - 1; }
+        bool operator==(const Iterator&) const = default;
+    };
+
+    SquareSet set;
+
+    Iterator begin() const { return {set}; }
+    Iterator end() const { return {0}; }
+};
+
 constexpr SquareSet DARK_SQUARES = 0xaa55aa55aa55aa55ULL;
 
 constexpr SquareSet FILE_A = 0x0101010101010101ULL;
+
+/// The file of a playing square.
+inline SquareSet file_of_square(int sq) { return FILE_A << (square_file[idx(sq)] - 1); }
 
 /// The squares to the left and to the right, as white sees the board, of those of a set.
 constexpr SquareSet squares_left(SquareSet set) { return (set & ~FILE_A) >> 1; }
@@ -56,6 +80,17 @@ constexpr SquareSet pawn_attacks(SquareSet pawns) { return squares_aside(pawns <
 /// One rank further as the colour Us sees it; what leaves the board is gone.
 template <int Us> constexpr SquareSet step_forward(SquareSet set) {
     return Us == WHITE ? set << 8 : set >> 8;
+}
+
+/// The squares of the same file that lie before a playing square as the colour Us sees it.
+template <int Us> SquareSet squares_ahead(int sq) {
+    const int index = square_index[idx(sq)];
+    return Us == WHITE ? FILE_A << 8 << index : FILE_A << 7 >> 8 >> (63 - index);
+}
+
+/// The set as the colour Us sees the board: mirrored by rank for black.
+template <int Us> inline SquareSet seen_by(SquareSet set) {
+    return Us == WHITE ? set : __builtin_bswap64(set);
 }
 
 // ---------------------------------------------------------------------------

@@ -27,15 +27,10 @@ bool are_bishops_opposite() {
            eval_side<WHITE>().bishops[0] != eval_side<BLACK>().bishops[0];
 }
 
-// All pawns on one rook's file.
+// The rook's file 1 or 8 on which all pawns stand, else 0. There are some.
 template <int Us> int only_rook_file() {
-    for (int file = 2; file <= 7; ++file) {
-        if (own_rear_pawn<Us>(file) != 8) return 0;
-    }
-    const bool a_file = own_rear_pawn<Us>(1) != 8;
-    const bool h_file = own_rear_pawn<Us>(8) != 8;
-    if (a_file == h_file) return 0;
-    return a_file ? 1 : 8;
+    if ((pawn_set<Us>() & ~FILE_A) == 0) return 1;
+    return (pawn_set<Us>() & ~(FILE_A << 7)) == 0 ? 8 : 0;
 }
 
 // A lone bishop that does not guard its rook pawn's last square, and the king is in the corner.

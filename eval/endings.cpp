@@ -112,17 +112,12 @@ int corner_colour(int sq) {
     return near_a1_or_h8 ? colour_of(A1) : colour_of(A8);
 }
 
-// The square of the one piece that a list holds beside the king.
-int piece_square(const PieceList& list, int king) {
-    return list.squares[list.squares[0] == king ? 1 : 0];
-}
-
 // The colour Us has the more valuable piece. A queen wins: the weak king is driven to the edge
 // and away from its piece. A rook can only hope to.
 template <int Us> int one_piece_each_score() {
-    const int own_piece = piece_square(eval_side<Us>().list, king_square<Us>());
+    const int own_piece = first_square(eval_side<Us>().pieces);
     const int weak_king = king_square<-Us>();
-    const int weak_piece = piece_square(eval_side<-Us>().list, weak_king);
+    const int weak_piece = first_square(eval_side<-Us>().pieces);
     const int centre = centrality(weak_king);
     const int kings = distance_between(king_square<Us>(), weak_king);
     const int loose = distance_between(weak_king, weak_piece);

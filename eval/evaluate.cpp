@@ -62,7 +62,7 @@ constexpr int MIN_SHELTER_PAWNS = 4;  // as many of either colour make shelter m
 constexpr std::array<int, 12> king_attack_table = {0,  8,   13,  21,  34,  56,
                                                    90, 146, 200, 250, 300, 350};
 
-constexpr int PAWN_ENDING_FULL_LEAD = 250;  // of the terms; a third of what is beyond counts
+constexpr int PAWN_ENDING_FULL_LEAD = 250;  // of the terms; a quarter of what is beyond counts
 
 // Totals of the positional terms by colour.
 struct Totals {
@@ -105,13 +105,13 @@ int material_score() {
 // Terms of both classes
 // ---------------------------------------------------------------------------
 
-// The sum of a colour's square tables and piece terms, in one scan of its list.
+// The sum of a colour's piece terms, and of its pieces' square tables.
 template <int Us> ScorePair scan_pieces(const SquareTables& tables, int& squares) {
     ScorePair score = 0;
-    for (const int sq : eval_side<Us>().list) {
+    for (const int sq : Squares{eval_side<Us>().pieces}) {
         const int type = type_on(sq);
         squares += tables.by_type[idx(type)][idx(sq)];
-        if (type != PAWN && type != KING) score += piece_term<Us>(sq, type);
+        score += piece_term<Us>(sq, type);
     }
     return score;
 }
@@ -129,7 +129,7 @@ template <int Us> ScorePair attack_terms() {
 // Pawns on both the three files to the left and the three to the right.
 bool are_pawns_on_both_wings() {
     constexpr SquareSet LEFT = FILE_A | FILE_A << 1 | FILE_A << 2;
-    const SquareSet pawns = white_eval.pawns | black_eval.pawns;
+    const SquareSet pawns = white_pawn_set | black_pawn_set;
     return (pawns & LEFT) != 0 && (pawns & LEFT << 5) != 0;
 }
 
@@ -156,10 +156,10 @@ int tapered(ScorePair score) {
            FULL_MATERIAL;
 }
 
-// Square tables and free terms.
-Totals piece_and_pawn_terms(const PawnTerms& pawns, const SquareTables& white_tables,
-                            const SquareTables& black_tables) {
-    Totals squares;
+// Square tables and free terms. `pawn_squares`: the square tables of pawns and kings.
+Totals piece_and_pawn_terms(const PawnTerms& pawns, const PawnTerms::SquareSums& pawn_squares,
+                            const SquareTables& white_tables, const SquareTables& black_tables) {
+    Totals squares{pawn_squares[0], pawn_squares[1]};
     ScorePair white = pawns.structure[0] + scan_pieces<WHITE>(white_tables, squares.white_pos);
     ScorePair black = pawns.structure[1] + scan_pieces<BLACK>(black_tables, squares.black_pos);
     combine_attacks<WHITE>();
@@ -212,7 +212,8 @@ Totals middlegame_terms() {
     const PawnTerms& pawns = pawn_terms();
     Totals totals = opening_totals();
     totals.add(shelter_totals(pawns));
-    totals.add(piece_and_pawn_terms(pawns, white_middlegame_tables, black_middlegame_tables));
+    totals.add(piece_and_pawn_terms(pawns, pawns.middlegame_squares, white_middlegame_tables,
+                                    black_middlegame_tables));
     totals.add(king_attack_totals(pawns));
     return totals;
 }
@@ -234,7 +235,8 @@ Totals pawn_ending_totals(const Totals& others) {
 
 Totals endgame_terms() {
     const PawnTerms& pawns = pawn_terms();
-    Totals totals = piece_and_pawn_terms(pawns, white_endgame_tables, black_endgame_tables);
+    Totals totals = piece_and_pawn_terms(pawns, pawns.endgame_squares, white_endgame_tables,
+                                         black_endgame_tables);
     if (white_pieces + black_pieces == 0) totals.add(pawn_ending_totals(totals));
     return totals;
 }

@@ -5,7 +5,6 @@
 #include "eval/setup.h"
 
 #include <algorithm>
-#include <bit>
 
 namespace tarsimo {
 
@@ -31,15 +30,15 @@ struct Checks {
 };
 
 template <int Us> Checks checking_squares() {
-    const EvalSide& them = eval_side<-Us>();
-    const SquareSet occupied = occupied_squares();
+    const SquareSet all = occupied_squares();
+    const SquareSet free = ~occupied<-Us>();
     const int king = square_index[idx(king_square<Us>())];
     Checks checks;
-    checks.diagonal = bishop_attacks(king, occupied);
-    checks.straight = rook_attacks(king, occupied);
-    checks.from[KNIGHT] = knight_attacks(king) & ~them.occupied;
-    checks.from[BISHOP] = checks.diagonal & ~them.occupied;
-    checks.from[ROOK] = checks.straight & ~them.occupied;
+    checks.diagonal = bishop_attacks(king, all);
+    checks.straight = rook_attacks(king, all);
+    checks.from[KNIGHT] = knight_attacks(king) & free;
+    checks.from[BISHOP] = checks.diagonal & free;
+    checks.from[ROOK] = checks.straight & free;
     checks.from[QUEEN] = checks.from[BISHOP] | checks.from[ROOK];
     return checks;
 }
@@ -47,17 +46,16 @@ template <int Us> Checks checking_squares() {
 // Own pieces and pawns that stand alone between the king and an enemy slider of the lines
 // `Attacks`, of which the king sees the squares `seen`.
 template <int Us, auto Attacks, int Slider> ScorePair pinned_on_lines(SquareSet seen) {
-    const SquareSet own = eval_side<Us>().occupied;
+    const SquareSet own = occupied<Us>();
     const int king = square_index[idx(king_square<Us>())];
     const SquareSet beyond = Attacks(king, occupied_squares() & ~(seen & own)) & ~seen;
-    SquareSet pinners = beyond & eval_side<-Us>().pieces;
     ScorePair score = 0;
-    for (; pinners != 0; pinners &= pinners - 1) {
-        const int pinner = std::countr_zero(pinners);
-        const int type = type_on(square_of_bit(pinner));
+    for (const int sq : Squares{beyond & eval_side<-Us>().pieces}) {
+        const int type = type_on(sq);
         if (type != Slider && type != QUEEN) continue;
+        const int pinner = square_index[idx(sq)];
         const SquareSet pinned = Attacks(king, bit(pinner)) & Attacks(pinner, bit(king)) & own;
-        score += weigh<Us>(PINNED + type_on(square_of_bit(std::countr_zero(pinned))) - PAWN);
+        score += weigh<Us>(PINNED + type_on(first_square(pinned)) - PAWN);
     }
     return score;
 }
@@ -99,8 +97,7 @@ SquareSet attacked_by_two_kinds(const EvalSide& side) {
 template <int Us> int pawn_cover() {
     const SquareSet king = set_of(king_square<Us>());
     const SquareSet row = step_forward<Us>(king | squares_aside(king));
-    return std::min(count_squares((row | step_forward<Us>(row)) & eval_side<Us>().pawns),
-                    FULL_COVER);
+    return std::min(count_squares((row | step_forward<Us>(row)) & pawn_set<Us>()), FULL_COVER);
 }
 
 // Squares next to the king that the enemy attacks and only king or queen defend.

@@ -4,19 +4,11 @@
 #include "board/position.h"
 #include "eval/setup.h"
 
-#include <bit>
-
 namespace tarsimo {
 
 namespace {
 
 template <int Us> int first_behind(int sq) { return first_piece<-10 * Us>(sq); }
-
-// All squares in front of one.
-template <int Us> SquareSet file_ahead(int sq) {
-    const int index = square_index[idx(sq)];
-    return Us == WHITE ? FILE_A << 8 << index : FILE_A << 7 >> 8 >> (63 - index);
-}
 
 template <int Us> ScorePair passed_pawn_term(int sq, int rank) {
     const SquareSet ours = eval_side<Us>().attacks[0];
@@ -31,7 +23,7 @@ template <int Us> ScorePair passed_pawn_term(int sq, int rank) {
     } else {
         if ((stop & theirs) == 0) score += weigh<Us>(PASSED_FREE_STOP + index);
         if ((stop & ours) != 0) score += weigh<Us>(PASSED_HELD_STOP + index);
-        if ((file_ahead<Us>(sq) & obstacles) == 0) score += weigh<Us>(PASSED_FREE_PATH + index);
+        if ((squares_ahead<Us>(sq) & obstacles) == 0) score += weigh<Us>(PASSED_FREE_PATH + index);
     }
 
     const int behind = first_behind<Us>(sq);
@@ -44,8 +36,7 @@ template <int Us> ScorePair passed_pawn_term(int sq, int rank) {
 
 template <int Us> ScorePair passed_pawn_terms() {
     ScorePair score = 0;
-    for (SquareSet rest = eval_side<Us>().passed; rest != 0; rest &= rest - 1) {
-        const int sq = square_of_bit(std::countr_zero(rest));
+    for (const int sq : Squares{eval_side<Us>().passed}) {
         const int rank = own_rank<Us>(sq);
         if (rank >= 4 && rank <= 7) score += passed_pawn_term<Us>(sq, rank);
     }

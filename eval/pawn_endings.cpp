@@ -43,14 +43,8 @@ template <int Us> int index_seen(int sq) { return set_index(own_square<Us>(sq));
 // The eighth rank's square on the file of a pawn.
 template <int Us> int queening_square(int sq) { return (Us == WHITE ? A8 : A1) + file_of(sq) - 1; }
 
-template <int Us> bool is_passed(int sq) {
-    return (eval_side<Us>().passed & bit(set_index(sq))) != 0;
-}
-
-template <int Us> bool is_on_solved_rank(int sq) {
-    const int rank = own_rank<Us>(sq);
-    return rank >= 2 && rank <= 7;
-}
+// Pawns that a set-up has put elsewhere are not solved.
+constexpr SquareSet RANKS_2_TO_7 = 0x00ffffffffffff00ULL;
 
 template <int Us> bool beats_bare_king(int pawn) {
     return is_won_kpk(Us, king_square<Us>(), pawn, king_square<-Us>(), side == Us);
@@ -63,19 +57,14 @@ template <int Us> bool checked_by_pawn() {
 
 // Own king and pawns and the squares they guard, as this colour sees the board.
 struct Guard {
-    SquareSet occupied = 0;
-    SquareSet pawns = 0;
-    SquareSet king = 0;  // squares beside the own king
+    SquareSet occupied;
+    SquareSet pawns;
+    SquareSet king;  // squares beside the own king
 };
 
 template <int Us> Guard own_guard() {
-    Guard guard;
-    for (const int sq : eval_side<Us>().list) {
-        guard.occupied |= bit(index_seen<Us>(sq));
-        if (piece_on(sq) == Us * PAWN) guard.pawns |= bit(index_seen<Us>(sq));
-    }
-    guard.king = squares_beside(bit(index_seen<Us>(king_square<Us>())));
-    return guard;
+    return {seen_by<Us>(occupied<Us>()), seen_by<Us>(pawn_set<Us>()),
+            squares_beside(bit(index_seen<Us>(king_square<Us>())))};
 }
 
 // Moves that a passed pawn on its ranks 2 to 7 needs to queen by itself, 0 if it can be stopped.
@@ -111,21 +100,17 @@ bool goes_before(int plies, int pawn, const Run& other) {
 
 template <int Us> Run fastest_run() {
     Run best;
-    const PieceList& list = eval_side<Us>().list;
-    const auto is_candidate = [](int sq) {
-        return piece_on(sq) == Us * PAWN && is_on_solved_rank<Us>(sq) && is_passed<Us>(sq);
-    };
-    auto pawn = std::find_if(list.begin(), list.end(), is_candidate);
-    if (pawn == list.end()) return best;
+    const SquareSet candidates = eval_side<Us>().passed & RANKS_2_TO_7;
+    if (candidates == 0) return best;
 
     const Guard guard = own_guard<Us>();
     const bool enemy_first = side != Us || checked_by_pawn<Us>();
     const int waiting = side != Us ? 0 : enemy_first ? 1 : -1;
-    for (; pawn != list.end(); pawn = std::find_if(pawn + 1, list.end(), is_candidate)) {
-        const int moves = moves_to_queen<Us>(*pawn, guard, enemy_first);
+    for (const int pawn : Squares{candidates}) {
+        const int moves = moves_to_queen<Us>(pawn, guard, enemy_first);
         const int plies = 2 * moves + waiting;
-        if (moves == 0 || (best.plies != 0 && !goes_before(plies, *pawn, best))) continue;
-        best = {plies, *pawn, queening_square<Us>(*pawn)};
+        if (moves == 0 || (best.plies != 0 && !goes_before(plies, pawn, best))) continue;
+        best = {plies, pawn, queening_square<Us>(pawn)};
     }
     return best;
 }
@@ -167,18 +152,16 @@ template <int Us> int race_score(const Run& own, const Run& rival) {
 }
 
 template <int Us> bool any_pawn_beats_bare_king() {
-    const PieceList& list = eval_side<Us>().list;
-    return std::any_of(list.begin(), list.end(),
-                       [](int sq) { return piece_on(sq) == Us * PAWN && beats_bare_king<Us>(sq); });
+    for (const int pawn : Squares{pawn_set<Us>()}) {
+        if (beats_bare_king<Us>(pawn)) return true;
+    }
+    return false;
 }
 
 // True if no pawn of this colour has a move or a capture.
 template <int Us> bool pawns_are_stuck() {
-    const PieceList& list = eval_side<Us>().list;
-    return std::none_of(list.begin(), list.end(), [](int sq) {
-        if (piece_on(sq) != Us * PAWN) return false;
-        return piece_on(sq + Us * 10) == EMPTY || stands_near<Us * 9, Us * 11>(sq, -Us * PAWN);
-    });
+    const SquareSet steps = step_forward<Us>(pawn_set<Us>());
+    return ((steps & ~occupied_squares()) | (squares_aside(steps) & pawn_set<-Us>())) == 0;
 }
 
 // The kings face each other at two squares' distance, and the opponent must give way: it counts
@@ -204,23 +187,18 @@ template <int Us> bool is_rook_pawn_draw(int pawn) {
     const int file = file_of(pawn);
     if (file != 1 && file != 8) return false;
     if (distance_between(king_square<-Us>(), queening_square<Us>(pawn)) > 1) return false;
-    const PieceList& list = eval_side<Us>().list;
-    return std::all_of(list.begin(), list.end(), [&](int sq) {
-        if (piece_on(sq) != Us * PAWN) return true;
-        return file_of(sq) == file && is_on_solved_rank<Us>(sq) && !beats_bare_king<Us>(sq);
-    });
+    if ((pawn_set<Us>() & ~(file_of_square(pawn) & RANKS_2_TO_7)) != 0) return false;
+    return !any_pawn_beats_bare_king<Us>();
 }
 
 template <int Us> bool known_against_bare_king(int& score) {
-    const PieceList& list = eval_side<Us>().list;
-    const int king = king_square<Us>();
-    const int pawn = list.squares[list.squares[0] == king ? 1 : 0];
+    const int pawn = first_square(pawn_set<Us>());
     score = 0;
     if (pawn_count<Us>() > 1) return is_rook_pawn_draw<Us>(pawn);
-    if (!is_on_solved_rank<Us>(pawn)) return false;
+    if ((set_of(pawn) & RANKS_2_TO_7) == 0) return false;
     if (!beats_bare_king<Us>(pawn)) return true;
     score = WON_KPK + WON_KPK_RANK * own_rank<Us>(pawn) -
-            WON_KPK_KING_DISTANCE * distance_between(king, queening_square<Us>(pawn));
+            WON_KPK_KING_DISTANCE * distance_between(king_square<Us>(), queening_square<Us>(pawn));
     if (side != Us) score = -score;
     return true;
 }

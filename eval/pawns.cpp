@@ -1,10 +1,12 @@
-// Pawn structure, and the cache that keeps it with the kings' shelter and the pawn storm.
+// Pawn structure, and the cache that keeps it with the kings' shelter, the pawn storm and the
+// square tables of pawns and kings.
 #include "eval/pawns.h"
 
 #include "board/attacks.h"
 #include "board/position.h"
 #include "eval/setup.h"
 #include "eval/shelter.h"
+#include "eval/square_tables.h"
 
 #include <algorithm>
 
@@ -12,55 +14,30 @@ namespace tarsimo {
 
 namespace {
 
-constexpr std::uint64_t PAWN_CACHE_SIZE = 16384;  // entries of 64 bytes
+constexpr int PAWN_CACHE_BITS = 14;  // entries of 64 bytes: 1 MiB
 
-std::array<PawnTerms, PAWN_CACHE_SIZE> pawn_cache{};
+std::array<PawnTerms, std::size_t{1} << PAWN_CACHE_BITS> pawn_cache{};
 
-// Any enemy pawn ahead on the file, which may be a border file.
-template <int Us> bool enemy_ahead(int file, int rank) { return enemy_rear_pawn<Us>(file) > rank; }
-
-template <int Us> bool own_ahead(int sq) {
-    for (int ahead = sq + 10 * Us; piece_on(ahead) != OFFBOARD; ahead += 10 * Us) {
-        if (own_pawn_on<Us>(ahead)) return true;
-    }
-    return false;
+// The entry of the position's pawns and kings. Multiplicative hashing (Knuth 1973): the upper bits
+// of the products depend on all squares.
+PawnTerms& cache_entry() {
+    constexpr std::uint64_t WHITE_FACTOR = 0x9e3779b97f4a7c15ULL;
+    constexpr std::uint64_t BLACK_FACTOR = 0xc2b2ae3d27d4eb4fULL;
+    constexpr std::uint64_t KING_FACTOR = 0x165667b19e3779f9ULL;
+    const auto kings = static_cast<std::uint64_t>(white_king_sq * BOARD_SIZE + black_king_sq);
+    const std::uint64_t sum =
+        white_pawn_set * WHITE_FACTOR + black_pawn_set * BLACK_FACTOR + kings * KING_FACTOR;
+    return pawn_cache[sum >> (64 - PAWN_CACHE_BITS)];
 }
 
-// Enemy pawns on a neighbouring file that the pawn has yet to pass.
-template <int Us> int stoppers(int sq, int side_step) {
-    int count = 0;
-    for (int ahead = sq + side_step + 20 * Us; piece_on(ahead) != OFFBOARD; ahead += 10 * Us) {
-        count += own_pawn_on<-Us>(ahead) ? 1 : 0;
-    }
-    return count;
+bool is_of_position(const PawnTerms& entry) {
+    return entry.pawns[0] == white_pawn_set && entry.pawns[1] == black_pawn_set &&
+           entry.kings[0] == white_king_sq && entry.kings[1] == black_king_sq;
 }
 
-// Own pawns on a neighbouring file, level or behind, that can come to support it.
-template <int Us> int supporters(int sq, int side_step) {
-    int count = 0;
-    for (int behind = sq + side_step; piece_on(behind) != OFFBOARD; behind -= 10 * Us) {
-        count += own_pawn_on<Us>(behind) ? 1 : 0;
-    }
-    return count;
-}
-
-template <int Us> bool is_passed(int sq, int file, int rank) {
-    return !enemy_ahead<Us>(file - 1, rank) && !enemy_ahead<Us>(file, rank) &&
-           !enemy_ahead<Us>(file + 1, rank) && !own_ahead<Us>(sq);
-}
-
-// Behind its neighbours, and its next step is guarded by an enemy pawn.
-template <int Us> bool is_backward(int sq, int file, int rank) {
-    return own_rear_pawn<Us>(file - 1) > rank && own_rear_pawn<Us>(file + 1) > rank &&
-           (own_pawn_on<-Us>(sq + 19 * Us) || own_pawn_on<-Us>(sq + 21 * Us));
-}
-
-template <int Us> ScorePair passed_pawn_structure(int sq, int rank) {
+template <int Us> ScorePair passed_pawn_structure(int sq, int rank, bool connected) {
     ScorePair score = weigh<Us>(PASSED_PAWN + rank_index(rank, 2, 7));
-    if (own_pawn_on<Us>(sq - 1) || own_pawn_on<Us>(sq + 1) || own_pawn_on<Us>(sq - 11 * Us) ||
-        own_pawn_on<Us>(sq - 9 * Us)) {
-        score += weigh<Us>(PASSED_CONNECTED + rank_index(rank, 2, 7));
-    }
+    if (connected) score += weigh<Us>(PASSED_CONNECTED + rank_index(rank, 2, 7));
     if (rank >= 4 && rank <= 7) {
         const int stop = sq + 10 * Us;
         score += weigh<Us>(PASSED_OWN_KING + rank - 4, distance_between(king_square<Us>(), stop));
@@ -71,31 +48,38 @@ template <int Us> ScorePair passed_pawn_structure(int sq, int rank) {
 }
 
 template <int Us> ScorePair pawn_term(int sq, SquareSet& passed) {
-    const int file = file_of(sq);
+    const SquareSet own = pawn_set<Us>();
+    const SquareSet enemy = pawn_set<-Us>();
+    const SquareSet pawn = set_of(sq);
+    const SquareSet file = file_of_square(sq);
+    const SquareSet ahead = squares_ahead<Us>(sq);
+    const SquareSet ahead_aside = squares_aside(ahead);
+    const SquareSet supporters = own & squares_aside(file) & ~ahead_aside;  // level or behind
     const int rank = own_rank<Us>(sq);
-    const int opposed = enemy_ahead<Us>(file, rank) ? 0 : 1;
+    const int opposed = (enemy & ahead) != 0 ? 0 : 1;
     ScorePair score = weigh<Us>(PAWN_ON_RANK + rank_index(rank, 2, 7));
     score += weigh<Us>(PAWN_ON_FILE + wing_of(sq));
 
-    const bool phalanx = own_pawn_on<Us>(sq - 1) || own_pawn_on<Us>(sq + 1);
-    const int supports =
-        (own_pawn_on<Us>(sq - 11 * Us) ? 1 : 0) + (own_pawn_on<Us>(sq - 9 * Us) ? 1 : 0);
+    const bool phalanx = (own & squares_aside(pawn)) != 0;
+    const int supports = count_squares(own & squares_aside(step_forward<-Us>(pawn)));
     if (phalanx) score += weigh<Us>(PAWN_PHALANX + rank_index(rank, 2, 7));
     if (supports != 0) score += weigh<Us>(PAWN_SUPPORTED + rank_index(rank, 3, 7), supports);
 
-    if (own_rear_pawn<Us>(file - 1) == 8 && own_rear_pawn<Us>(file + 1) == 8) {
+    // Isolated; or behind its neighbours, and an enemy pawn guards its next step.
+    if ((own & squares_aside(file)) == 0) {
         score += weigh<Us>(PAWN_ISOLATED + opposed);
-    } else if (is_backward<Us>(sq, file, rank)) {
+    } else if (supporters == 0 &&
+               (enemy & squares_aside(step_forward<Us>(step_forward<Us>(pawn)))) != 0) {
         score += weigh<Us>(PAWN_BACKWARD + opposed);
     }
-    if (own_rear_pawn<Us>(file) < rank) score += weigh<Us>(PAWN_DOUBLED);
+    if ((own & file & ~(ahead | pawn)) != 0) score += weigh<Us>(PAWN_DOUBLED);
 
-    if (is_passed<Us>(sq, file, rank)) {
-        passed |= bit(set_index(sq));
-        score += passed_pawn_structure<Us>(sq, rank);
-    } else if (opposed == 1 && !own_ahead<Us>(sq) &&
-               supporters<Us>(sq, -1) + supporters<Us>(sq, 1) >=
-                   stoppers<Us>(sq, -1) + stoppers<Us>(sq, 1)) {
+    // Passed; or as many can support it as enemy pawns have yet to be passed.
+    if ((own & ahead) != 0 || opposed == 0) return score;
+    if ((enemy & ahead_aside) == 0) {
+        passed |= pawn;
+        score += passed_pawn_structure<Us>(sq, rank, phalanx || supports != 0);
+    } else if (count_squares(supporters) >= count_squares(enemy & step_forward<Us>(ahead_aside))) {
         score += weigh<Us>(PAWN_CANDIDATE + rank_index(rank, 2, 6));
     }
     return score;
@@ -103,49 +87,54 @@ template <int Us> ScorePair pawn_term(int sq, SquareSet& passed) {
 
 template <int Us> ScorePair structure_of(SquareSet& passed) {
     ScorePair score = 0;
-    passed = 0;
-    for (const int sq : eval_side<Us>().list) {
-        if (own_pawn_on<Us>(sq)) score += pawn_term<Us>(sq, passed);
-    }
+    for (const int sq : Squares{pawn_set<Us>()}) score += pawn_term<Us>(sq, passed);
     return score;
 }
 
-// Distance of a king to the nearest pawn of either colour; there is one.
-int nearest_pawn(int king) {
+// For the distance of the king to the nearest pawn of either colour.
+template <int Us> ScorePair king_to_pawns() {
+    const SquareSet pawns = white_pawn_set | black_pawn_set;
+    if (pawns == 0) return 0;
     int nearest = 16;
-    for (const EvalSide* eval : {&white_eval, &black_eval}) {
-        for (const int sq : eval->list) {
-            if (type_on(sq) == PAWN) nearest = std::min(nearest, distance_between(king, sq));
-        }
+    for (const int sq : Squares{pawns}) {
+        nearest = std::min(nearest, distance_between(king_square<Us>(), sq));
     }
-    return nearest;
+    return weigh<Us>(KING_FAR_FROM_PAWNS, nearest);
 }
 
-template <int Us> ScorePair king_to_pawns() {
-    if (white_pawns + black_pawns == 0) return 0;
-    return weigh<Us>(KING_FAR_FROM_PAWNS, nearest_pawn(king_square<Us>()));
+template <int Us> std::int16_t pawn_and_king_squares(const SquareTables& tables) {
+    int sum = tables.by_type[KING][idx(king_square<Us>())];
+    for (const int sq : Squares{pawn_set<Us>()}) sum += tables.by_type[PAWN][idx(sq)];
+    return static_cast<std::int16_t>(sum);
 }
 
 void compute(PawnTerms& terms) {
-    terms.structure = {structure_of<WHITE>(terms.passed[0]) + king_to_pawns<WHITE>(),
-                       structure_of<BLACK>(terms.passed[1]) + king_to_pawns<BLACK>()};
-    terms.shelter = {shelter<WHITE>(), shelter<BLACK>()};
+    terms.pawns = {white_pawn_set, black_pawn_set};
+    terms.kings = {static_cast<std::uint8_t>(white_king_sq),
+                   static_cast<std::uint8_t>(black_king_sq)};
     terms.storm = {static_cast<std::uint8_t>(storming_pawns<WHITE>()),
                    static_cast<std::uint8_t>(storming_pawns<BLACK>())};
-    terms.key = pawn_key;
+    terms.middlegame_squares = {pawn_and_king_squares<WHITE>(white_middlegame_tables),
+                                pawn_and_king_squares<BLACK>(black_middlegame_tables)};
+    terms.endgame_squares = {pawn_and_king_squares<WHITE>(white_endgame_tables),
+                             pawn_and_king_squares<BLACK>(black_endgame_tables)};
+    terms.passed = 0;
+    terms.shelter = {shelter<WHITE>(), shelter<BLACK>()};
+    terms.structure = {structure_of<WHITE>(terms.passed) + king_to_pawns<WHITE>(),
+                       structure_of<BLACK>(terms.passed) + king_to_pawns<BLACK>()};
 }
 
 }  // namespace
 
-void prefetch_pawn_terms() { __builtin_prefetch(&pawn_cache[pawn_key % PAWN_CACHE_SIZE]); }
+void prefetch_pawn_terms() { __builtin_prefetch(&cache_entry()); }
 
 void clear_pawn_cache() { pawn_cache.fill({}); }
 
 const PawnTerms& pawn_terms() {
-    PawnTerms& entry = pawn_cache[pawn_key % PAWN_CACHE_SIZE];
-    if (caches_bypassed || entry.key != pawn_key) compute(entry);
-    white_eval.passed = entry.passed[0];
-    black_eval.passed = entry.passed[1];
+    PawnTerms& entry = cache_entry();
+    if (caches_bypassed || !is_of_position(entry)) compute(entry);
+    white_eval.passed = entry.passed & white_pawn_set;
+    black_eval.passed = entry.passed & black_pawn_set;
     return entry;
 }
 

@@ -59,9 +59,7 @@ SquareSet reached_squares(int sq, int type) {
 // No enemy pawn can ever attack the square, and it lies on the owner's ranks 4 to 6.
 template <int Us> bool is_outpost(int sq) {
     const int rank = own_rank<Us>(sq);
-    const int file = file_of(sq);
-    return rank >= 4 && rank <= 6 && enemy_rear_pawn<Us>(file - 1) <= rank &&
-           enemy_rear_pawn<Us>(file + 1) <= rank;
+    return rank >= 4 && rank <= 6 && (squares_aside(squares_ahead<Us>(sq)) & pawn_set<-Us>()) == 0;
 }
 
 template <int Us> int pawn_supported(int sq) {
@@ -101,7 +99,7 @@ template <int Us> ScorePair bishop_place(int sq) {
     ++us.bishops[colour];
     if (us.bishops[colour] == 1 && us.bishops[1 - colour] != 0) score += weigh<Us>(BISHOP_PAIR);
     const SquareSet same_colour = colour == 1 ? DARK_SQUARES : ~DARK_SQUARES;
-    score += weigh<Us>(BISHOP_BLOCKED_BY_PAWNS, count_squares(us.pawns & same_colour));
+    score += weigh<Us>(BISHOP_BLOCKED_BY_PAWNS, count_squares(pawn_set<Us>() & same_colour));
     if (is_trapped_bishop<Us>(sq)) score += weigh<Us>(BISHOP_TRAPPED);
     if (is_on_long_diagonal<Us>(sq)) score += weigh<Us>(BISHOP_LONG_DIAGONAL);
     return score;
@@ -116,10 +114,11 @@ template <int Us> bool is_shut_in(int sq, int mobility) {
 }
 
 template <int Us> ScorePair rook_place(int sq, int mobility) {
-    const int file = file_of(sq);
+    const SquareSet file = file_of_square(sq);
     ScorePair score = 0;
-    if (own_rear_pawn<Us>(file) == 8) {
-        score += weigh<Us>(enemy_rear_pawn<Us>(file) == 1 ? ROOK_OPEN_FILE : ROOK_HALF_OPEN_FILE);
+    if ((file & pawn_set<Us>()) == 0) {
+        const bool open = (file & pawn_set<-Us>()) == 0;
+        score += weigh<Us>(open ? ROOK_OPEN_FILE : ROOK_HALF_OPEN_FILE);
     } else if (is_shut_in<Us>(sq, mobility)) {
         score += weigh<Us>(ROOK_SHUT_IN);
     }
@@ -145,7 +144,6 @@ template <int Us> ScorePair piece_term(int sq, int type) {
     const int zone_attacks = count_squares(reached & us.king_zone);
     const int kind = type - KNIGHT;
     us.attacks[idx(type)] |= reached;
-    us.pieces |= set_of(sq);
     us.king_attack_count += zone_attacks;
     us.king_attackers += zone_attacks != 0 ? 1 : 0;
     us.attacker_weight += zone_attacks != 0 ? attacker_weight[idx(kind)] : 0;

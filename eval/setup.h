@@ -15,15 +15,6 @@
 
 namespace tarsimo {
 
-/// Squares of the pieces and pawns of one colour, from a1 to h8.
-struct PieceList {
-    std::array<std::uint8_t, 64> squares;
-    int size;
-
-    const std::uint8_t* begin() const { return squares.data(); }
-    const std::uint8_t* end() const { return squares.data() + size; }
-};
-
 /// Steps of development from which on a side lacks none.
 inline constexpr int DEVELOPMENT_STEPS = 5;
 
@@ -32,21 +23,15 @@ struct EvalSide {
     int piece_material;  ///< centipawns, pawns and king left out
 
     // Set by eval_setup().
-    PieceList list;
-    std::array<int, 10> rear_pawn;  ///< rank 1..8 of the rearmost pawn by file 1..8; on a file
-                                    ///< without pawns 8 for white and 1 for black. The border
-                                    ///< files 0 and 9 count as such.
-    SquareSet occupied;             ///< own pieces and pawns
-    SquareSet pawns;                ///< own pawns
-    SquareSet safe;  ///< where an own piece may well go to: no enemy pawn guards the square, and
-                     ///< neither an own pawn nor the own king stands there
+    SquareSet pieces;  ///< own knights, bishops, rooks and queens
+    SquareSet safe;    ///< where an own piece may well go to: no enemy pawn guards the square, and
+                       ///< neither an own pawn nor the own king stands there
     SquareSet king_zone;  ///< squares around the enemy king that no enemy pawn guards
 
     // Set by the terms.
     std::array<SquareSet, 7> attacks;  ///< squares attacked, by piece type; eval_setup() sets those
                                        ///< of pawns and king. Index 0: by any, set when all pieces
                                        ///< have been scanned.
-    SquareSet pieces;                  ///< own knights, bishops, rooks and queens
     SquareSet passed;                  ///< own passed pawns
     std::array<int, 6> count;          ///< own pieces by type, knights to queens
     std::array<int, 2> bishops;        ///< own bishops by square_colour
@@ -66,31 +51,11 @@ template <int Us> inline EvalSide& eval_side() {
 /// Neither side has more than 1700 of piece material, queen and minor piece excepted.
 extern bool endgame_flag;
 
-/// Key of the pawns and kings alone, from the position's keys; set by eval_setup().
-extern std::uint64_t pawn_key;
-
 /// Set all outputs to those of an empty board, the two piece_material values to the position's.
 void reset_eval_outputs();
 
-/// To be called after reset_eval_outputs(): scan the board and fill what the set-up fills.
+/// To be called after reset_eval_outputs(): fill what the set-up fills.
 void eval_setup();
-
-/// All pieces and pawns on the board.
-inline SquareSet occupied_squares() { return white_eval.occupied | black_eval.occupied; }
-
-/// Rank, as Us sees it, of the own pawn nearest to the own first rank; 8 when the file
-/// 0..9 has none.
-template <int Us> inline int own_rear_pawn(int file) {
-    const int rank = eval_side<Us>().rear_pawn[idx(file)];
-    return Us == WHITE ? rank : 9 - rank;
-}
-
-/// Rank, as Us sees it, of the enemy pawn farthest from the own first rank; 1 when the file
-/// 0..9 has none.
-template <int Us> inline int enemy_rear_pawn(int file) {
-    const int rank = eval_side<-Us>().rear_pawn[idx(file)];
-    return Us == WHITE ? rank : 9 - rank;
-}
 
 }  // namespace tarsimo
 

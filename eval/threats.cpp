@@ -4,8 +4,6 @@
 #include "board/position.h"
 #include "eval/setup.h"
 
-#include <bit>
-
 namespace tarsimo {
 
 namespace {
@@ -14,7 +12,7 @@ namespace {
 template <int Us> int push_threats() {
     const EvalSide& us = eval_side<Us>();
     const EvalSide& them = eval_side<-Us>();
-    const SquareSet steps = step_forward<Us>(us.pawns) & ~occupied_squares();
+    const SquareSet steps = step_forward<Us>(pawn_set<Us>()) & ~occupied_squares();
     const SquareSet held = steps & ~them.attacks[PAWN] & (us.attacks[0] | ~them.attacks[0]);
     const SquareSet attacks = step_forward<Us>(held);
     return count_squares(squares_left(attacks) & them.pieces) +
@@ -44,10 +42,8 @@ template <int Us> ScorePair threat_to(int sq, int victim) {
 
 template <int Us> ScorePair threat_terms() {
     ScorePair score = 0;
-    SquareSet targets =
-        (eval_side<-Us>().pieces | eval_side<-Us>().pawns) & eval_side<Us>().attacks[0];
-    for (; targets != 0; targets &= targets - 1) {
-        const int sq = square_of_bit(std::countr_zero(targets));
+    const SquareSet victims = eval_side<-Us>().pieces | pawn_set<-Us>();
+    for (const int sq : Squares{victims & eval_side<Us>().attacks[0]}) {
         score += threat_to<Us>(sq, type_on(sq));
     }
     return score + weigh<Us>(THREAT_BY_PUSH, push_threats<Us>());

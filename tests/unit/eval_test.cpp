@@ -110,23 +110,25 @@ TEST_F(Evaluation, SetsOfAttacksAgreeWithTheBoard) {
 }
 
 TEST_F(Evaluation, SetUpOutputs) {
-    set_up("4k3/p2p4/3p4/8/P2P4/3P4/7P/4K3 w - -");
+    const auto squares_of = [](SquareSet set) {
+        std::vector<int> squares;
+        for (const int sq : Squares{set}) squares.push_back(sq);
+        return squares;
+    };
+    set_up("4k3/p2p4/3p4/8/P2P4/3P4/7P/2R1K2N w - -");
     reset_eval_outputs();
     eval_setup();
-    const auto squares_of = [](const PieceList& list) {
-        return std::vector<int>(list.begin(), list.end());
-    };
-    EXPECT_EQ(squares_of(white_eval.list), (std::vector<int>{E1, H2, D3, A4, D4}));
-    EXPECT_EQ(squares_of(black_eval.list), (std::vector<int>{D6, A7, D7, E8}));
-    EXPECT_EQ(white_eval.rear_pawn, (std::array<int, 10>{8, 4, 8, 8, 3, 8, 8, 8, 2, 8}));
-    EXPECT_EQ(black_eval.rear_pawn, (std::array<int, 10>{1, 7, 1, 1, 7, 1, 1, 1, 1, 1}));
+    EXPECT_EQ(squares_of(black_occupied), (std::vector<int>{D6, A7, D7, E8}));
+    EXPECT_EQ(squares_of(white_eval.pieces), (std::vector<int>{C1, H1}));
+    EXPECT_EQ(squares_of(black_eval.pieces), (std::vector<int>{}));
+    EXPECT_EQ(squares_of(white_eval.attacks[PAWN]), (std::vector<int>{G3, C4, E4, B5, C5, E5}));
+    EXPECT_EQ(squares_of(black_eval.king_zone), (std::vector<int>{D1, F1, D2, E2, F2}));
 }
 
 // The outputs of one colour as they are before any term has run.
 void expect_no_findings(const EvalSide& us) {
-    EXPECT_EQ(us.list.size, 0);
     EXPECT_EQ(us.attacks, decltype(us.attacks){});
-    EXPECT_EQ(us.occupied | us.pawns | us.pieces | us.passed | us.safe | us.king_zone, 0U);
+    EXPECT_EQ(us.pieces | us.passed | us.safe | us.king_zone, 0U);
     EXPECT_EQ(us.king_attack_count + us.king_attackers + us.bishops[0] + us.bishops[1], 0);
     EXPECT_EQ(us.count, decltype(us.count){});
     EXPECT_EQ(us.development, 0);
@@ -142,10 +144,6 @@ TEST_F(Evaluation, EveryExitResetsTheOutputs) {
         evaluate(alpha, beta);
         expect_no_findings(white_eval);
         expect_no_findings(black_eval);
-        for (const std::size_t file : {0, 1, 4, 8, 9}) {
-            EXPECT_EQ(white_eval.rear_pawn[file], 8);
-            EXPECT_EQ(black_eval.rear_pawn[file], 1);
-        }
     };
     evaluate_after_rich("4k3/8/8/8/8/8/8/3NK3 w - -", -INF, INF);
     EXPECT_EQ(white_eval.piece_material, 320);
