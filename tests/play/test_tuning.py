@@ -76,12 +76,14 @@ def test_games_move_weights_the_same_for_any_number_of_workers(tmp_path):
     moved = 6 * float(steps["pawn-eg"])
     assert all(abs(after - before - moved) <= 0.5 for before, after in zip(*values, strict=True))
 
+    (stopped / "start.inc").write_text(listed.read_text() + "\n")
+    assert "start.inc is not the list in use" in run(*spsa, stopped, status=2)[1]
     (at_once / "steps.tsv").write_text("pairs\t32\npawn-mg\t1\n")
     assert "not of these directions" in run(*spsa, at_once, status=2)[1]
     for line in ("danger KING_DANGERS both scale 1", "danger KING_DANGER both scale",
                  "danger KING_DANGER both add 1 0", "danger KING_DANGER both spread 1 40"):
         (tmp_path / "bad").write_text(line + "\n")
-        assert "line 1: not a change" in run(*spsa[:-1], tmp_path / "bad", stopped, status=2)[1]
+        assert "line 1: not a change" in run(*spsa[:-1], tmp_path / "bad", at_once, status=2)[1]
 
 
 def test_from_games_to_weights(games, tmp_path):

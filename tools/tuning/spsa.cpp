@@ -28,6 +28,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <sstream>
 #include <string>
@@ -42,7 +43,8 @@ using namespace tarsimo::tuning;
 constexpr char USAGE[] = R"(usage: tarsimo-spsa DIRECTIONS FOLDER [OPTION]...
 
 Moves the weights of the evaluation along directions, by games of the engine
-against itself. FOLDER, which must exist, receives after each batch of 16 pairs
+against itself. FOLDER, which must exist, receives the list in use as start.inc,
+and after each batch of 16 pairs
 
   steps.tsv     pairs played, and the steps gone along each direction
   weights.inc   the list with the weights there
@@ -123,20 +125,22 @@ std::vector<int> sides_of_pair(const Settings& settings, std::uint64_t pair,
 // Half points that the first contender is ahead after both games, -2 to 2.
 int play_pair(const Settings& settings, std::uint64_t pair, const Values& start,
               const std::vector<Direction>& directions, const Steps& steps) {
-    const auto contender = [&](int sign, std::uint64_t salt) {
-        const std::vector<int> sides = sides_of_pair(settings, pair, directions.size());
+    const std::vector<int> sides = sides_of_pair(settings, pair, directions.size());
+    const auto weights_beside = [&](int sign) {
         Steps own = steps;
         for (std::size_t i = 0; i < own.size(); ++i) own[i] += sign * sides[i] * settings.reach;
-        return Contender{weights_of(moved(start, directions, own)), salt};
+        return weights_of(moved(start, directions, own));
     };
+    Contender first{weights_beside(1), 0};
+    Contender second{weights_beside(-1), 0};
     std::mt19937_64 random(~seed_of_game(settings.seed, pair));
     weights = weights_of(start);
     clear_pawn_cache();
     const std::string opening = draw_opening(random());
     double points = 0;
     for (const bool first_is_white : {true, false}) {
-        const Contender first = contender(1, random());
-        const Contender second = contender(-1, random());
+        first.salt = random();
+        second.salt = random();
         points += first_is_white ? play(opening, first, second, settings.nodes)
                                  : 1 - play(opening, second, first, settings.nodes);
     }
@@ -216,6 +220,15 @@ Worker start_worker(const Settings& settings, const Values& start,
 // State
 // ---------------------------------------------------------------------------
 
+// Stopped while it writes, a run leaves the old file or the new one.
+void replace_file(const std::string& path, const std::string& text) {
+    std::ofstream out(path + ".new", std::ios::trunc);
+    out << text;
+    std::error_code error;
+    if (out.flush()) std::filesystem::rename(path + ".new", path, error);
+    if (!out || error) tool::fail("cannot write " + path);
+}
+
 // What a run works on, and how far it has come.
 struct Run {
     std::string folder;
@@ -226,10 +239,19 @@ struct Run {
     std::uint64_t pairs = 0;
 
     std::string steps_path() const { return folder + "/steps.tsv"; }
+    std::string start_path() const { return folder + "/start.inc"; }
 
+    // The steps count from the list that the run began with.
     void resume() {
         std::error_code error;
-        if (!std::filesystem::exists(steps_path(), error)) return;
+        if (!std::filesystem::exists(steps_path(), error)) {
+            replace_file(start_path(), list);
+            return;
+        }
+        std::ifstream begun(start_path());
+        if (std::string(std::istreambuf_iterator<char>(begun), {}) != list) {
+            tool::fail(start_path() + " is not the list in use");
+        }
         std::ifstream in(steps_path());
         std::string name;
         bool good = in >> name >> pairs && name == "pairs" && pairs % BATCH == 0;
@@ -239,23 +261,15 @@ struct Run {
         if (!good || in >> name) tool::fail(steps_path() + " is not of these directions");
     }
 
-    // A run that is stopped while it writes leaves the old files or the new ones.
     void save() const {
-        const auto replace = [](const std::string& path, const std::string& text) {
-            std::ofstream out(path + ".new", std::ios::trunc);
-            out << text;
-            std::error_code error;
-            if (out.flush()) std::filesystem::rename(path + ".new", path, error);
-            if (!out || error) tool::fail("cannot write " + path);
-        };
         std::ostringstream text;
         text.precision(17);
         text << "pairs\t" << pairs << '\n';
         for (std::size_t i = 0; i < steps.size(); ++i) {
             text << directions[i].name << '\t' << steps[i] << '\n';
         }
-        replace(folder + "/weights.inc", rewrite_list(list, moved(start, directions, steps)));
-        replace(steps_path(), text.str());
+        replace_file(folder + "/weights.inc", rewrite_list(list, moved(start, directions, steps)));
+        replace_file(steps_path(), text.str());
     }
 };
 

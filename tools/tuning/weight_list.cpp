@@ -15,6 +15,7 @@ constexpr char GROUP_START[] = "WEIGHTS(";
 constexpr char GROUP_END[] = "))";
 constexpr std::size_t MAX_LINE = 100;  // characters; a longer group is written in rows
 constexpr int ROW = 8;                 // weights
+constexpr double MAX_WEIGHT = 1000;    // centipawns; with more, sums might overflow
 
 std::string kind_name(WeightKind kind) {
     return kind == WeightKind::TAPERED ? "TAPERED" : "SHELTER";
@@ -81,7 +82,9 @@ std::string rewrite_list(const std::string& list, const Values& values) {
 
 Values rounded(const Values& values) {
     Values whole;
-    for (const double value : values) whole.push_back(std::round(value));
+    for (const double value : values) {
+        whole.push_back(std::round(std::fmax(-MAX_WEIGHT, std::fmin(value, MAX_WEIGHT))));
+    }
     return whole;
 }
 

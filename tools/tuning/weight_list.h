@@ -19,7 +19,7 @@ const WeightGroup* find_group(const std::string& name);
 /// groups are not those that the program was built with.
 std::string rewrite_list(const std::string& list, const Values& values);
 
-/// Every value rounded to a whole number.
+/// Every value rounded to a whole number, within 1000 centipawns either way.
 Values rounded(const Values& values);
 
 }  // namespace tarsimo::tuning
