@@ -229,7 +229,7 @@ Totals pawn_ending_totals(const Totals& others) {
     Totals ending{terms[0], terms[1]};
     const int lead = others.lead() + ending.lead();
     const int excess = std::max(std::abs(lead) - PAWN_ENDING_FULL_LEAD, 0);
-    (lead > 0 ? ending.white_pos : ending.black_pos) -= excess * 2 / 3;
+    (lead > 0 ? ending.white_pos : ending.black_pos) -= excess * 3 / 4;
     return recorded(&EvalTrace::pawn_ending, ending);
 }
 

@@ -168,7 +168,7 @@ TEST_F(Endings, ColourFlippedTwinsAreEqual) {
         place(pieces, n % 2 == 0 ? WHITE : BLACK, true);
         ASSERT_EQ(evaluate(-INF, INF), score) << n;
     }
-    EXPECT_LT(beyond_margin, 1200) << "of 15000: the lazy exit would hide such scores";
+    EXPECT_LT(beyond_margin, 500) << "of 15000: the lazy exit would hide such scores";
 }
 
 // How far from the edge a king is: by the steps of rank and file from it. a7 is an exception.

@@ -129,7 +129,7 @@ TEST_F(Frame, ScoreIsTheSumOfItsParts) {
     EXPECT_NE(evaluate_traced(), 777) << "what is traced is no answer of the cache";
 }
 
-// Of what the terms of a pawn ending lead by, a third counts beyond 250.
+// Of what the terms of a pawn ending lead by, a quarter counts beyond 250.
 TEST_F(Frame, LeadsInPawnEndingsAreCompressed) {
     int compressed = 0;
     for (const char* fen : {"4k3/5ppp/8/8/8/8/5PPP/4K3 w - -", "8/PP6/8/8/7k/7p/8/K7 w - -",
@@ -142,7 +142,7 @@ TEST_F(Frame, LeadsInPawnEndingsAreCompressed) {
         const ColourPair all = pawn_ending_terms();
         const ColourPair counted = eval_trace.pawn_ending;
         const int lead = lead_of_terms() + (all[0] - counted[0]) - (all[1] - counted[1]);
-        const int cut = std::max(std::abs(lead) - 250, 0) * 2 / 3;
+        const int cut = std::max(std::abs(lead) - 250, 0) * 3 / 4;
         EXPECT_EQ(all[0] - counted[0], lead > 0 ? cut : 0) << fen;
         EXPECT_EQ(all[1] - counted[1], lead > 0 ? 0 : cut) << fen;
         if (cut > 0) ++compressed;
