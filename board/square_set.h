@@ -51,7 +51,7 @@ struct Squares {
     SquareSet set;
 
     Iterator begin() const { return {set}; }
-    Iterator end() const { return {0}; }
+    static Iterator end() { return {0}; }
 };
 
 constexpr SquareSet DARK_SQUARES = 0xaa55aa55aa55aa55ULL;

@@ -152,10 +152,9 @@ template <int Us> int race_score(const Run& own, const Run& rival) {
 }
 
 template <int Us> bool any_pawn_beats_bare_king() {
-    for (const int pawn : Squares{pawn_set<Us>()}) {
-        if (beats_bare_king<Us>(pawn)) return true;
-    }
-    return false;
+    SquareSet pawns = pawn_set<Us>();
+    while (pawns != 0 && !beats_bare_king<Us>(first_square(pawns))) pawns &= pawns - 1;
+    return pawns != 0;
 }
 
 // True if no pawn of this colour has a move or a capture.

@@ -24,7 +24,7 @@ PawnTerms& cache_entry() {
     constexpr std::uint64_t WHITE_FACTOR = 0x9e3779b97f4a7c15ULL;
     constexpr std::uint64_t BLACK_FACTOR = 0xc2b2ae3d27d4eb4fULL;
     constexpr std::uint64_t KING_FACTOR = 0x165667b19e3779f9ULL;
-    const auto kings = static_cast<std::uint64_t>(white_king_sq * BOARD_SIZE + black_king_sq);
+    const auto kings = idx(white_king_sq * BOARD_SIZE + black_king_sq);
     const std::uint64_t sum =
         white_pawn_set * WHITE_FACTOR + black_pawn_set * BLACK_FACTOR + kings * KING_FACTOR;
     return pawn_cache[sum >> (64 - PAWN_CACHE_BITS)];
