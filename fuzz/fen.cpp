@@ -6,7 +6,6 @@
 #include "board/attacks.h"
 #include "board/consistency.h"
 #include "board/generate.h"
-#include "board/keys.h"
 #include "board/make.h"
 #include "board/move_list.h"
 #include "board/position.h"
