@@ -14,7 +14,7 @@ namespace {
 constexpr char GROUP_START[] = "WEIGHTS(";
 constexpr char GROUP_END[] = "))";
 constexpr std::size_t MAX_LINE = 100;  // characters; a longer group is written in rows
-constexpr int ROW = 8;                 // weights
+constexpr std::size_t ROW = 8;         // weights
 constexpr double MAX_WEIGHT = 1000;    // centipawns; with more, sums might overflow
 
 std::string kind_name(WeightKind kind) {
@@ -26,19 +26,35 @@ std::string head_of(const WeightGroup& group) {
            group.index + "\"";
 }
 
-// On one line where it fits; otherwise its weights stand below the head, a row of eight per line.
-std::string text_of(const WeightGroup& group, const Values& values) {
-    std::string line = head_of(group);
-    std::string rows = line;
-    for (int i = 0; i < group.size; ++i) {
-        const int weight = group.first + i;
-        const std::string pair = "S(" + std::to_string(std::lround(values[idx(2 * weight)])) +
-                                 ", " + std::to_string(std::lround(values[idx(2 * weight + 1)])) +
-                                 ")";
-        line += ", " + pair;
-        rows += (i % ROW == 0 ? ",\n    " : ", ") + pair;
+std::vector<std::string> pairs_of(const WeightGroup& group, const Values& values) {
+    std::vector<std::string> pairs;
+    for (int weight = group.first; weight < group.first + group.size; ++weight) {
+        pairs.push_back("S(" + std::to_string(std::lround(values[idx(2 * weight)])) + ", " +
+                        std::to_string(std::lround(values[idx(2 * weight + 1)])) + ")");
     }
-    return (line.size() < MAX_LINE ? line : rows) + ")";
+    return pairs;
+}
+
+// On one line where it fits; otherwise its weights stand below the head, a row of eight per line
+// and in columns, so that a board looks like one.
+std::string text_of(const WeightGroup& group, const Values& values) {
+    const std::vector<std::string> pairs = pairs_of(group, values);
+    std::string line = head_of(group);
+    std::size_t width = 0;
+    for (const std::string& pair : pairs) {
+        line += ", " + pair;
+        width = std::max(width, pair.size());
+    }
+    if (line.size() < MAX_LINE) return line + ")";
+
+    std::string rows = head_of(group);
+    std::size_t column = 0;  // characters missing to the next one
+    for (std::size_t i = 0; i < pairs.size(); ++i) {
+        rows += i % ROW == 0 ? ",\n    " : ", " + std::string(column, ' ');
+        rows += pairs[i];
+        column = width - pairs[i].size();
+    }
+    return rows + ")";
 }
 
 }  // namespace
