@@ -12,9 +12,6 @@ namespace tarsimo {
 /// 1..8 on the board, 0 and 9 on the border columns.
 constexpr int file_of(int sq) { return square_file[idx(sq)]; }
 
-/// Files from the edge to the centre: 0 for a and h, 3 for d and e.
-constexpr int wing_of(int sq) { return file_of(sq) <= 4 ? file_of(sq) - 1 : 8 - file_of(sq); }
-
 /// Rank 1..8 of a playing square as the colour Us sees it.
 template <int Us> constexpr int own_rank(int sq) {
     return Us == WHITE ? square_rank[idx(sq)] : 9 - square_rank[idx(sq)];

@@ -47,6 +47,13 @@ template <int Us> ScorePair passed_pawn_structure(int sq, int rank, bool connect
     return score;
 }
 
+// Six ranks of eight files; twice, by whether the kings are apart.
+template <int Us> ScorePair pawn_place(int sq, int rank) {
+    const int file = seen_square<Us>(sq) % 8;
+    return weigh<Us>(PAWN_ON_SQUARE + 48 * eval_side<Us>().kings_apart +
+                     8 * rank_index(rank, 2, 7) + file);
+}
+
 template <int Us> ScorePair pawn_term(int sq, SquareSet& passed) {
     const SquareSet own = pawn_set<Us>();
     const SquareSet enemy = pawn_set<-Us>();
@@ -57,8 +64,7 @@ template <int Us> ScorePair pawn_term(int sq, SquareSet& passed) {
     const SquareSet supporters = own & squares_aside(file) & ~ahead_aside;  // level or behind
     const int rank = own_rank<Us>(sq);
     const int opposed = (enemy & ahead) != 0 ? 0 : 1;
-    ScorePair score = weigh<Us>(PAWN_ON_RANK + rank_index(rank, 2, 7));
-    score += weigh<Us>(PAWN_ON_FILE + wing_of(sq));
+    ScorePair score = pawn_place<Us>(sq, rank);
 
     const bool phalanx = (own & squares_aside(pawn)) != 0;
     const int supports = count_squares(own & squares_aside(step_forward<-Us>(pawn)));
@@ -91,7 +97,7 @@ template <int Us> ScorePair structure_of(SquareSet& passed) {
     return score;
 }
 
-// For the distance of the king to the nearest pawn of either colour.
+// The king's distance to the nearest pawn of either colour.
 template <int Us> ScorePair king_to_pawns() {
     const SquareSet pawns = white_pawn_set | black_pawn_set;
     if (pawns == 0) return 0;
@@ -100,6 +106,13 @@ template <int Us> ScorePair king_to_pawns() {
         nearest = std::min(nearest, distance_between(king_square<Us>(), sq));
     }
     return weigh<Us>(KING_FAR_FROM_PAWNS, nearest);
+}
+
+// Eight ranks of the four files e to h; twice, side by side, by whether the kings are apart.
+template <int Us> ScorePair king_term() {
+    const int seen = seen_square<Us>(king_square<Us>());
+    const int place = seen / 8 * 8 + 4 * eval_side<Us>().kings_apart + seen % 4;
+    return weigh<Us>(KING_ON_SQUARE + place) + king_to_pawns<Us>();
 }
 
 template <int Us> std::int16_t pawn_and_king_squares(const SquareTables& tables) {
@@ -120,8 +133,8 @@ void compute(PawnTerms& terms) {
                              pawn_and_king_squares<BLACK>(black_endgame_tables)};
     terms.passed = 0;
     terms.shelter = {shelter<WHITE>(), shelter<BLACK>()};
-    terms.structure = {structure_of<WHITE>(terms.passed) + king_to_pawns<WHITE>(),
-                       structure_of<BLACK>(terms.passed) + king_to_pawns<BLACK>()};
+    terms.structure = {structure_of<WHITE>(terms.passed) + king_term<WHITE>(),
+                       structure_of<BLACK>(terms.passed) + king_term<BLACK>()};
 }
 
 }  // namespace

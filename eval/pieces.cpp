@@ -18,31 +18,14 @@ constexpr int FIVE_PAWNS = 5;             // material values fit a side with as 
 constexpr std::array<int, 4> attacker_weight = {6, 4, 4, 3};
 
 // The weights of four kinds of pieces stand one behind the other: MATCHES eval/weights.inc.
-static_assert(BISHOP_ON_RANK == KNIGHT_ON_RANK + 8 && ROOK_ON_RANK == BISHOP_ON_RANK + 8 &&
-              QUEEN_ON_RANK == ROOK_ON_RANK + 8);
-static_assert(BISHOP_ON_FILE == KNIGHT_ON_FILE + 4 && ROOK_ON_FILE == BISHOP_ON_FILE + 4 &&
-              QUEEN_ON_FILE == ROOK_ON_FILE + 4);
-
-// Rank and wing together, by kind of piece and square as its owner sees it.
-constexpr auto place_value = [] {
-    std::array<std::array<ScorePair, BOARD_SIZE>, 4> table{};
-    for (int kind = 0; kind < 4; ++kind) {
-        for (int sq = A1; sq <= H8; ++sq) {
-            if (!on_board(sq)) continue;
-            table[idx(kind)][idx(sq)] =
-                listed_weights[idx(KNIGHT_ON_RANK + 8 * kind + square_rank[idx(sq)] - 1)] +
-                listed_weights[idx(KNIGHT_ON_FILE + 4 * kind + wing_of(sq))];
-        }
-    }
-    return table;
-}();
+constexpr int KIND_PLACES = 2 * 64;  // weights of a kind: squares, by whether the kings are apart
+static_assert(BISHOP_ON_SQUARE == KNIGHT_ON_SQUARE + KIND_PLACES &&
+              ROOK_ON_SQUARE == BISHOP_ON_SQUARE + KIND_PLACES &&
+              QUEEN_ON_SQUARE == ROOK_ON_SQUARE + KIND_PLACES);
 
 template <int Us> ScorePair place(int sq, int kind) {
-    if constexpr (EVAL_TRACED) {
-        return weigh<Us>(KNIGHT_ON_RANK + 8 * kind + own_rank<Us>(sq) - 1) +
-               weigh<Us>(KNIGHT_ON_FILE + 4 * kind + wing_of(sq));
-    }
-    return place_value[idx(kind)][idx(own_square<Us>(sq))];
+    return weigh<Us>(KNIGHT_ON_SQUARE + KIND_PLACES * kind + 64 * eval_side<Us>().kings_apart +
+                     seen_square<Us>(sq));
 }
 
 SquareSet reached_squares(int sq, int type) {

@@ -29,6 +29,16 @@ template <int Us> void set_up_targets() {
     us.king_zone = them.attacks[KING] & ~them.attacks[PAWN];
 }
 
+// From where the squares are seen.
+template <int Us> void set_up_view() {
+    constexpr int OTHER_RANK = 56;
+    constexpr int OTHER_FILE = 7;
+    EvalSide& us = eval_side<Us>();
+    const bool left = file_of(king_square<Us>()) <= 4;
+    us.board_flip = (left ? OTHER_FILE : 0) ^ (Us == WHITE ? 0 : OTHER_RANK);
+    us.kings_apart = left != (file_of(king_square<-Us>()) <= 4) ? 1 : 0;
+}
+
 template <int Us> void reset_side() {
     EvalSide& us = eval_side<Us>();
     us = {};
@@ -49,6 +59,8 @@ void eval_setup() {
     set_up_attacks<BLACK>();
     set_up_targets<WHITE>();
     set_up_targets<BLACK>();
+    set_up_view<WHITE>();
+    set_up_view<BLACK>();
 }
 
 }  // namespace tarsimo

@@ -28,6 +28,9 @@ struct EvalSide {
                        ///< neither an own pawn nor the own king stands there
     SquareSet king_zone;  ///< squares around the enemy king that no enemy pawn guards
 
+    int board_flip;   ///< makes a square's number that of seen_square()
+    int kings_apart;  ///< 1 with the kings on different wings: files a to d, e to h; else 0
+
     // Set by the terms.
     std::array<SquareSet, 7> attacks;  ///< squares attacked, by piece type; eval_setup() sets those
                                        ///< of pawns and king. Index 0: by any, set when all pieces
@@ -46,6 +49,12 @@ extern EvalSide white_eval, black_eval;
 template <int Us> inline EvalSide& eval_side() {
     if constexpr (Us == WHITE) return white_eval;
     else return black_eval;
+}
+
+/// Number 0..63 of a square as the colour Us sees the board with its king on the right: from its
+/// first rank upwards, the files mirrored when its king stands on a to d.
+template <int Us> inline int seen_square(int sq) {
+    return square_index[idx(sq)] ^ eval_side<Us>().board_flip;
 }
 
 /// Neither side has more than 1700 of piece material, queen and minor piece excepted.
