@@ -45,14 +45,15 @@ def test_example_of_the_manual_page_is_what_the_engine_says():
     shown = example.splitlines()
     typed = [line for line in shown if line.split()[0] in ("position", "go", "quit")]
     engine = Interface(UCI_ENGINE)
-    engine.send(*typed)
-    lines, status = engine.end()
+    *asked, farewell = typed
+    *answers, best_move = (line for line in shown if line not in (*typed, "[...]"))
+    engine.send(*asked)
+    said = iter(re.sub(r"nps \d+|time \d+", "", line) for line in engine.until(best_move))
+    for line in answers:
+        assert re.sub(r"nps \d+|time \d+", "", line) in said, line
+    engine.send(farewell)
+    assert engine.end() == ([], 0)
     engine.close()
-    said = iter(re.sub(r"nps \d+|time \d+", "", line) for line in lines)
-    for line in shown:
-        if line not in (*typed, "[...]"):
-            assert re.sub(r"nps \d+|time \d+", "", line) in said, line
-    assert (status, next(said, None)) == (0, None)
 
 
 def test_one_version_everywhere():
